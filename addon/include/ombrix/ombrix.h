@@ -1,0 +1,23 @@
+// The whole SDK contract.
+#pragma once
+
+#include "ombrix/account.h"
+#include "ombrix/audit.h"
+#include "ombrix/callback.h"
+#include "ombrix/chat.h"
+#include "ombrix/chat_records.h"
+#include "ombrix/chat_stream.h"
+#include "ombrix/client.h"
+#include "ombrix/enums.h"
+#include "ombrix/export.h"
+#include "ombrix/fernwick.h"
+#include "ombrix/logger.h"
+#include "ombrix/notification.h"
+#include "ombrix/remote_control.h"
+#include "ombrix/remote_file.h"
+#include "ombrix/result.h"
+#include "ombrix/sdk.h"
+#include "ombrix/shared_ptr.h"
+#include "ombrix/shell.h"
+#include "ombrix/thread.h"
+#include "ombrix/types.h"

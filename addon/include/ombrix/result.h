@@ -1,0 +1,16 @@
+// The outcome record shared by the operations that JavaScript services answer.
+#pragma once
+
+#include "ombrix/enums.h"
+
+namespace quelt {
+namespace ombrix {
+
+// errorMessage is null when there is no message; valid for the callback only.
+struct OperationResult {
+  ResultCode code = ResultCode::kSuccess;
+  const char* errorMessage = nullptr;
+};
+
+}  // namespace ombrix
+}  // namespace quelt

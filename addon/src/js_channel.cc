@@ -1,0 +1,76 @@
+#include "js_channel.h"
+
+#include <exception>
+
+namespace ombrix_addon {
+
+namespace {
+// Keeps the channel alive until Node is done with its function.
+using Keepalive = std::shared_ptr<JsChannel>;
+}  // namespace
+
+std::shared_ptr<JsChannel> JsChannel::Create(Napi::Env env, const char* resourceName,
+                                             Napi::Function callback) {
+  std::shared_ptr<JsChannel> channel(new JsChannel());
+  auto* keepalive = new Keepalive(channel);
+  auto finalize = [](Napi::Env, Keepalive* self, JsChannel* context) {
+    {
+      std::lock_guard<std::mutex> lock(context->mutex_);
+      context->open_ = false;
+    }
+    delete self;
+  };
+  try {
+    channel->tsfn_ =
+        callback.IsEmpty()
+            ? Tsfn::New(env, resourceName, 0, 1, channel.get(), finalize, keepalive)
+            : Tsfn::New(env, callback, resourceName, 0, 1, channel.get(), finalize, keepalive);
+  } catch (...) {
+    delete keepalive;
+    throw;
+  }
+  channel->open_ = true;
+  return channel;
+}
+
+bool JsChannel::Post(std::unique_ptr<JsTask> task, Mode mode) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  if (open_) {
+    napi_status status = mode == Mode::kBlocking ? tsfn_.BlockingCall(task.get())
+                                                 : tsfn_.NonBlockingCall(task.get());
+    if (status == napi_ok) {
+      task.release();
+      return true;
+    }
+    if (status == napi_closing) open_ = false;
+  }
+  lock.unlock();
+  task.reset();  // outside the lock: a destructor may post elsewhere
+  return false;
+}
+
+void JsChannel::Release() { Close(napi_tsfn_release); }
+
+void JsChannel::Abort() { Close(napi_tsfn_abort); }
+
+void JsChannel::Close(napi_threadsafe_function_release_mode mode) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  if (!open_) return;
+  open_ = false;
+  napi_release_threadsafe_function(tsfn_, mode);
+}
+
+void JsChannel::Dispatch(Napi::Env env, Napi::Function callback, JsChannel*, JsTask* task) {
+  std::unique_ptr<JsTask> owned(task);
+  if (static_cast<napi_env>(env) == nullptr || !owned) return;  // dropped at teardown
+  Napi::HandleScope scope(env);
+  try {
+    owned->Run(env, callback);
+  } catch (const Napi::Error&) {
+    throw;  // surfaces as a JavaScript exception
+  } catch (const std::exception& e) {
+    throw Napi::Error::New(env, e.what());
+  }
+}
+
+}  // namespace ombrix_addon

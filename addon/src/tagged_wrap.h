@@ -1,0 +1,90 @@
+// ObjectWrap with a type tag checked before every method, so that a method
+// borrowed onto a foreign receiver throws instead of misreading memory.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+
+#include <napi.h>
+
+namespace ombrix_addon {
+
+// A stable, per-name tag (two FNV-1a hashes), so no two classes share one.
+constexpr uint64_t Fnv1a(const char* text, uint64_t hash = 0xcbf29ce484222325ull) {
+  return *text ? Fnv1a(text + 1, (hash ^ static_cast<unsigned char>(*text)) * 0x100000001b3ull)
+               : hash;
+}
+constexpr napi_type_tag MakeTypeTag(const char* className) {
+  return napi_type_tag{Fnv1a(className), Fnv1a(className, 0x84222325cbf29ce4ull)};
+}
+
+// Runs a native callback body, turning C++ exceptions into JS exceptions.
+template <class Body>
+napi_value GuardedCall(napi_env env, Body&& body) {
+  try {
+    return body();
+  } catch (const Napi::Error& e) {
+    e.ThrowAsJavaScriptException();
+  } catch (const std::exception& e) {
+    Napi::Error::New(env, e.what()).ThrowAsJavaScriptException();
+  }
+  return nullptr;
+}
+
+// T declares `static constexpr const char* kClassName`.
+template <class T>
+class TaggedWrap : public Napi::ObjectWrap<T> {
+ public:
+  explicit TaggedWrap(const Napi::CallbackInfo& info) : Napi::ObjectWrap<T>(info) {
+    info.This().As<Napi::Object>().TypeTag(Tag());
+  }
+
+  // The wrapped instance behind `value`, or null when it is not one of ours.
+  static T* FromValue(Napi::Value value) {
+    if (!value.IsObject()) return nullptr;
+    Napi::Object object = value.As<Napi::Object>();
+    if (!object.CheckTypeTag(Tag())) return nullptr;
+    return Napi::ObjectWrap<T>::Unwrap(object);
+  }
+
+ protected:
+  using Method = Napi::Value (T::*)(const Napi::CallbackInfo&);
+
+  template <Method M>
+  static Napi::ClassPropertyDescriptor<T> TaggedMethod(const char* name) {
+    napi_property_descriptor desc{};
+    desc.utf8name = name;
+    desc.method = &Call<M>;
+    desc.attributes = static_cast<napi_property_attributes>(napi_writable | napi_configurable);
+    return Napi::ClassPropertyDescriptor<T>(desc);
+  }
+
+  template <Method M>
+  static Napi::ClassPropertyDescriptor<T> TaggedGetter(const char* name) {
+    napi_property_descriptor desc{};
+    desc.utf8name = name;
+    desc.getter = &Call<M>;
+    desc.attributes = napi_configurable;
+    return Napi::ClassPropertyDescriptor<T>(desc);
+  }
+
+ private:
+  // A function, not a member constant: T is still incomplete where the base
+  // class is instantiated.
+  static const napi_type_tag* Tag() {
+    static constexpr napi_type_tag tag = MakeTypeTag(T::kClassName);
+    return &tag;
+  }
+
+  template <Method M>
+  static napi_value Call(napi_env env, napi_callback_info cbinfo) {
+    return GuardedCall(env, [&]() -> napi_value {
+      Napi::CallbackInfo info(env, cbinfo);
+      T* self = FromValue(info.This());
+      if (!self) throw Napi::TypeError::New(env, "Illegal invocation");
+      return (self->*M)(info);
+    });
+  }
+};
+
+}  // namespace ombrix_addon

@@ -1,0 +1,117 @@
+// ombrix_control.node: the JavaScript face of the substitute SDK's control
+// surface. Built for tests, examples and benchmarks only.
+#include <napi.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+
+#include "ombrix_emu/control.h"
+
+namespace {
+
+namespace emu = quelt::ombrix::emu;
+
+// Runs blocking control work off the JavaScript thread and settles a Promise.
+class BlockingWork final : public Napi::AsyncWorker {
+ public:
+  using Work = std::function<double()>;
+
+  static Napi::Promise Start(Napi::Env env, Work work) {
+    auto* worker = new BlockingWork(env, std::move(work));
+    Napi::Promise promise = worker->deferred_.Promise();
+    worker->Queue();
+    return promise;
+  }
+
+ private:
+  BlockingWork(Napi::Env env, Work work)
+      : Napi::AsyncWorker(env, "OmbrixControl"), deferred_(env), work_(std::move(work)) {}
+
+  void Execute() override { result_ = work_(); }
+  void OnOK() override { deferred_.Resolve(Napi::Number::New(Env(), result_)); }
+  void OnError(const Napi::Error& error) override { deferred_.Reject(error.Value()); }
+
+  Napi::Promise::Deferred deferred_;
+  Work work_;
+  double result_ = 0;
+};
+
+int32_t IntOption(Napi::Object options, const char* key, int32_t fallback) {
+  Napi::Value value = options.Get(key);
+  return value.IsNumber() ? value.As<Napi::Number>().Int32Value() : fallback;
+}
+
+// Reads an optional string; null (or absent) stays a null pointer in the SDK.
+void StringOption(Napi::Object options, const char* key, bool* present, std::string* out) {
+  Napi::Value value = options.Get(key);
+  *present = value.IsString();
+  if (*present) *out = value.As<Napi::String>().Utf8Value();
+}
+
+Napi::Value SentryCounts(const Napi::CallbackInfo& info) {
+  emu::SentryCounts counts = emu::GetSentryCounts();
+  Napi::Object result = Napi::Object::New(info.Env());
+  result.Set("initialized", Napi::Number::New(info.Env(), static_cast<double>(counts.initialized)));
+  result.Set("shutdown", Napi::Number::New(info.Env(), static_cast<double>(counts.shutdown)));
+  return result;
+}
+
+Napi::Value LiveObjects(const Napi::CallbackInfo& info) {
+  Napi::Object result = Napi::Object::New(info.Env());
+  for (const emu::LiveCount& count : emu::GetLiveObjects()) {
+    result.Set(count.label, Napi::Number::New(info.Env(), static_cast<double>(count.live)));
+  }
+  return result;
+}
+
+Napi::Value InjectThreadCreateFailure(const Napi::CallbackInfo& info) {
+  emu::InjectThreadCreateFailure();
+  return info.Env().Undefined();
+}
+
+// emitLogs({ level, module, file, line, function, message, threads, lines })
+Napi::Value EmitLogs(const Napi::CallbackInfo& info) {
+  Napi::Env env = info.Env();
+  if (!info[0].IsObject()) throw Napi::TypeError::New(env, "emitLogs(options)");
+  Napi::Object options = info[0].As<Napi::Object>();
+  emu::LogSpec spec;
+  spec.level = IntOption(options, "level", 2);
+  spec.line = IntOption(options, "line", 0);
+  StringOption(options, "module", &spec.hasModule, &spec.module);
+  StringOption(options, "file", &spec.hasFile, &spec.file);
+  StringOption(options, "function", &spec.hasFunction, &spec.function);
+  bool hasMessage = false;
+  StringOption(options, "message", &hasMessage, &spec.message);
+  int threads = IntOption(options, "threads", 1);
+  int lines = IntOption(options, "lines", 1);
+  return BlockingWork::Start(env, [spec, threads, lines] {
+    emu::EmitLogs(spec, threads, lines);
+    return static_cast<double>(threads) * lines;
+  });
+}
+
+Napi::Value StartLogStorm(const Napi::CallbackInfo& info) {
+  int threads = info[0].IsNumber() ? info[0].As<Napi::Number>().Int32Value() : 8;
+  emu::StartLogStorm(threads);
+  return info.Env().Undefined();
+}
+
+Napi::Value StopLogStorm(const Napi::CallbackInfo& info) {
+  return BlockingWork::Start(info.Env(), [] { return static_cast<double>(emu::StopLogStorm()); });
+}
+
+Napi::Object Init(Napi::Env env, Napi::Object exports) {
+  exports.Set("sentryCounts", Napi::Function::New(env, SentryCounts, "sentryCounts"));
+  exports.Set("liveObjects", Napi::Function::New(env, LiveObjects, "liveObjects"));
+  exports.Set("injectThreadCreateFailure",
+              Napi::Function::New(env, InjectThreadCreateFailure, "injectThreadCreateFailure"));
+  exports.Set("emitLogs", Napi::Function::New(env, EmitLogs, "emitLogs"));
+  exports.Set("startLogStorm", Napi::Function::New(env, StartLogStorm, "startLogStorm"));
+  exports.Set("stopLogStorm", Napi::Function::New(env, StopLogStorm, "stopLogStorm"));
+  return exports;
+}
+
+}  // namespace
+
+NODE_API_MODULE(ombrix_control, Init)

@@ -1,0 +1,118 @@
+'use strict';
+const test = require('node:test');
+const assert = require('node:assert/strict');
+
+const ombrix = require('..');
+const emu = require('../emulator/js');
+const { waitFor, runNode } = require('./helpers');
+
+// Installs a collecting logger; the caller must clear it (an installed logger
+// keeps the process alive).
+function collect(minLevel) {
+  const lines = [];
+  const args = [(context, message) => lines.push({ context, message })];
+  if (minLevel !== undefined) args.push(minLevel);
+  assert.strictEqual(ombrix.setLogger(...args), true);
+  return lines;
+}
+
+async function emitted(lines, options) {
+  await emu.emitLogs({ module: 'test', file: 'f.cc', function: 'fn', line: 7, ...options });
+  // Lines are delivered asynchronously; a marker line at FATAL flushes the queue.
+  const marker = `marker ${Math.random()}`;
+  await emu.emitLogs({ level: 5, message: marker });
+  await waitFor(() => lines.some((l) => l.message === marker), { what: marker });
+  return lines.filter((l) => !l.message.startsWith('marker '));
+}
+
+test('lines carry the context keys in order, with names for every level', async (t) => {
+  t.after(() => ombrix.setLogger(null));
+  const lines = collect(0);
+  const got = await emitted(lines, { level: 0, message: 'hello' });
+  assert.equal(got.length, 1);
+  assert.deepEqual(Object.keys(got[0].context), ['level', 'module', 'file', 'line', 'function']);
+  assert.deepEqual(got[0].context, { level: 'TRACE', module: 'test', file: 'f.cc', line: 7, function: 'fn' });
+  assert.equal(got[0].message, 'hello');
+
+  lines.length = 0;
+  await emitted(lines, { level: 9, module: null, file: null, function: null, message: 'odd' });
+  const odd = lines.find((l) => l.message === 'odd');
+  assert.deepEqual(odd.context, { level: 'UNKNOWN', module: '', file: '', line: 7, function: '' });
+  // A negative level is below every minimum, so it is never delivered.
+  lines.length = 0;
+  const negative = await emitted(lines, { level: -1, message: 'negative' });
+  assert.deepEqual(negative, []);
+});
+
+test('the minimum level defaults to INFO unless a valid number is given', async (t) => {
+  t.after(() => ombrix.setLogger(null));
+  for (const level of [undefined, 7, -1, '0', null]) {
+    const lines = collect(level);
+    await emu.emitLogs({ level: 1, message: 'debug' });
+    const got = await emitted(lines, { level: 2, message: 'info' });
+    assert.deepEqual(got.map((l) => l.message), ['info'], `minLevel ${String(level)}`);
+  }
+  const lines = collect(3);
+  const got = await emitted(lines, { level: 2, message: 'info' });
+  assert.deepEqual(got, []);
+});
+
+test('setLogger validates its callback and clears with no argument or null', async () => {
+  assert.throws(() => ombrix.setLogger(42), {
+    name: 'TypeError', message: 'Expected callback function or null as first argument',
+  });
+  assert.throws(() => ombrix.setLogger({}), TypeError);
+  for (const clear of [() => ombrix.setLogger(), () => ombrix.setLogger(null),
+    () => ombrix.setLogger(undefined)]) {
+    const lines = collect(0);
+    assert.strictEqual(clear(), true);
+    await emu.emitLogs({ level: 5, message: 'after clear' });
+    await new Promise((resolve) => setTimeout(resolve, 20));
+    assert.deepEqual(lines, []);
+  }
+});
+
+test('lines logged from several SDK threads at once all arrive', async (t) => {
+  t.after(() => ombrix.setLogger(null));
+  const lines = collect();
+  const got = await emitted(lines, { level: 4, message: 'burst', threads: 4, lines: 500 });
+  assert.equal(got.length, 2000);
+  const tags = new Set(got.map((l) => l.message));
+  assert.equal(tags.size, 2000);
+  for (let t = 0; t < 4; ++t) assert.ok(tags.has(`burst [${t}:499]`));
+  // Each thread's lines keep their order.
+  for (let t = 0; t < 4; ++t) {
+    const mine = got.filter((l) => l.message.startsWith(`burst [${t}:`))
+      .map((l) => Number(l.message.split(':')[1].slice(0, -1)));
+    assert.deepEqual(mine, [...mine].sort((a, b) => a - b));
+  }
+});
+
+test('replacing the logger sends later lines to the new callback only', async (t) => {
+  t.after(() => ombrix.setLogger(null));
+  const first = collect();
+  await emitted(first, { level: 2, message: 'to first' });
+  const second = collect();
+  const got = await emitted(second, { level: 2, message: 'to second' });
+  assert.deepEqual(got.map((l) => l.message), ['to second']);
+  assert.equal(first.filter((l) => l.message === 'to second').length, 0);
+});
+
+test('swapping the logger under eight logging threads neither crashes nor hangs', async () => {
+  const result = await runNode(`
+    const ombrix = require('.');
+    const emu = require('./emulator/js');
+    let delivered = 0;
+    emu.startLogStorm(8);
+    for (let i = 0; i < 1000; ++i) ombrix.setLogger(() => { delivered++; }, i % 6);
+    setTimeout(async () => {
+      ombrix.setLogger(null);
+      const written = await emu.stopLogStorm();
+      console.log(JSON.stringify({ written, delivered }));
+    }, 50);
+  `, { timeoutMs: 60000 });
+  assert.equal(result.code, 0, result.stderr);
+  const { written, delivered } = JSON.parse(result.stdout);
+  assert.ok(written > 0);
+  assert.ok(delivered > 0 && delivered <= written, `${delivered} of ${written}`);
+});
