@@ -1,0 +1,28 @@
+// Cancellation shared between the SDK thread running a loopback operation and
+// the operation handle that cancels it.
+#pragma once
+
+#include <atomic>
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+namespace loopback {
+
+class CancelFlag {
+ public:
+  CancelFlag() = default;
+  CancelFlag(const CancelFlag&) = delete;
+  CancelFlag& operator=(const CancelFlag&) = delete;
+
+  void Set() noexcept { set_.store(true, std::memory_order_release); }
+  bool IsSet() const noexcept { return set_.load(std::memory_order_acquire); }
+
+ private:
+  std::atomic<bool> set_{false};
+};
+
+}  // namespace loopback
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

@@ -1,0 +1,90 @@
+// The platform primitives behind the loopback file operations, kept apart so
+// that the operations themselves stay portable. fs_posix.cc implements them
+// for POSIX systems; a Windows port adds its own file beside it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include "loopback/cancel.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+namespace loopback {
+namespace fs {
+
+// An open file, closed on destruction. Never inherited by child processes:
+// RunShell may be spawning on another thread at any moment.
+class File {
+ public:
+  File() = default;
+  File(File&& other) noexcept;
+  File& operator=(File&& other) noexcept;
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  ~File();
+
+  bool IsOpen() const noexcept { return fd_ >= 0; }
+  // Bytes read, 0 at the end, -1 on error.
+  int64_t Read(char* buffer, size_t size, std::error_code& ec) noexcept;
+  bool WriteAll(std::string_view data, std::error_code& ec) noexcept;
+  // Size in bytes, or -1 when unknown.
+  int64_t Size() const noexcept;
+  // Reports a failed final flush, which a destructor would swallow.
+  bool Close(std::error_code& ec) noexcept;
+
+ private:
+  friend File OpenForReading(const std::string&, std::error_code&) noexcept;
+  friend File OpenForWriting(const std::string&, bool, std::error_code&) noexcept;
+  friend bool ReplaceContents(const std::string&, std::string_view, std::string&,
+                              std::error_code&) noexcept;
+  explicit File(int fd) noexcept : fd_(fd) {}
+  int fd_ = -1;
+};
+
+// A directory fails with "Is a directory".
+File OpenForReading(const std::string& path, std::error_code& ec) noexcept;
+// Creates the file if needed; truncates it unless `append`.
+File OpenForWriting(const std::string& path, bool append, std::error_code& ec) noexcept;
+
+// Atomically gives `path` (or the file a symlink there points to) the new
+// contents, keeping its permissions. On failure `failedPath` is the path the
+// error is about (the file, or its directory when no temporary file could be
+// made there).
+bool ReplaceContents(const std::string& path, std::string_view contents, std::string& failedPath,
+                     std::error_code& ec) noexcept;
+
+enum class EntryKind { kUnknown, kFile, kDirectory, kSymlink, kOther };
+
+struct EntryInfo {
+  EntryKind kind = EntryKind::kUnknown;
+  int64_t size = 0;
+  int64_t modifiedMs = 0;
+};
+
+// Calls `visit` for each entry of `path` except "." and "..", in directory
+// order, with lstat data. Dot entries are skipped unless `includeHidden`.
+// Fails with ec set, or with std::errc::operation_canceled.
+bool ListEntries(const std::string& path, bool includeHidden, const CancelFlag& cancel,
+                 const std::function<void(std::string_view name, const EntryInfo&)>& visit,
+                 std::error_code& ec);
+
+// Walks the tree below `root` in pre-order without following symlinks below
+// it. `visit(dirPath, name)` gets the display path of the parent
+// ("<root>/<relative dir>", root without trailing slashes). Subdirectories that cannot be opened
+// are skipped and counted in `unreadable`. Fails (ec set) only when `root` cannot be walked or on
+// cancellation (std::errc::operation_canceled).
+bool WalkTree(const std::string& root, const CancelFlag& cancel,
+              const std::function<void(const std::string& dirPath, std::string_view name)>& visit,
+              int64_t& unreadable, std::error_code& ec);
+
+}  // namespace fs
+}  // namespace loopback
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt
