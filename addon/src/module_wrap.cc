@@ -3,9 +3,11 @@
 #include <type_traits>
 #include <vector>
 
+#include "gui_tool_wrap.h"
 #include "logger_wrap.h"
 #include "ombrix/enums.h"
 #include "ombrix/sdk.h"
+#include "shm_region_wrap.h"
 
 namespace ombrix_addon {
 
@@ -161,6 +163,11 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   sdk::InitializeSentry();
   env.AddCleanupHook([] { sdk::ShutdownSentry(); });
 
+  // Classes first, then functions: factories need their class defined.
+  ShmRegion::Init(env, exports);
+  GuiTool::Init(env, exports);
+
+  SetFunction(env, exports, "createGuiTool", CreateGuiTool);
   SetFunction(env, exports, "setLogger", SetLogger);
   SetFunction(env, exports, "getSDKVersion", GetSdkVersion);
 

@@ -1,5 +1,5 @@
-// Module entry: SDK crash reporting tied to the environment, the exported
-// functions and the enumeration objects.
+// Module entry: SDK crash reporting tied to the environment, the classes, the
+// exported functions and the enumeration objects.
 #pragma once
 
 #include <napi.h>

@@ -1,0 +1,249 @@
+'use strict';
+const test = require('node:test');
+const assert = require('node:assert/strict');
+const { execFileSync, spawn } = require('child_process');
+const fs = require('fs');
+
+const { ShmRegion } = require('..');
+const { root, runNode } = require('./helpers');
+
+// On Linux /dev/shm/X is the POSIX shared-memory object "/X": the tests play
+// the process that creates the sections.
+const skip = process.platform !== 'linux' && 'sections are created through /dev/shm';
+const PAGE = Number(execFileSync('getconf', ['PAGESIZE'], { encoding: 'utf8' }));
+
+let serial = 0;
+/** A fresh section of `bytes`; its mutex name is section.mutex. Removed after the test. */
+function makeSection(t, bytes) {
+  const name = `ombrix-test-${process.pid}-${++serial}`;
+  const section = { name, file: `/dev/shm/${name}`, mutex: `${name}-lock` };
+  fs.writeFileSync(section.file, bytes);
+  t.after(() => {
+    fs.rmSync(section.file, { force: true });
+    fs.rmSync(`/dev/shm/${section.mutex}.mutex`, { force: true });
+  });
+  return section;
+}
+
+function openRegion(t, section, withMutex = true) {
+  const region = new ShmRegion();
+  const opened = withMutex ? region.open(section.name, section.mutex) : region.open(section.name);
+  assert.equal(opened, true);
+  t.after(() => region.close());
+  return region;
+}
+
+const error = (Class, message) => (e) => e.constructor === Class && e.message === message;
+
+/** What lock(timeoutMs) answers in another process. */
+async function lockElsewhere(section, timeoutMs) {
+  const { code, stdout, stderr } = await runNode(`
+    const r = new (require('.').ShmRegion)();
+    if (!r.open(${JSON.stringify(section.name)}, ${JSON.stringify(section.mutex)})) process.exit(2);
+    process.stdout.write(String(r.lock(${timeoutMs})));`);
+  assert.equal(code, 0, stderr);
+  return JSON.parse(stdout);
+}
+
+/**
+ * A child process that holds the section's mutex. On "release" it writes
+ * `marker` at offset 0 shortly afterwards and then unlocks.
+ */
+async function holder(t, section, marker = 0) {
+  const child = spawn(process.execPath, ['-e', `
+    const r = new (require('.').ShmRegion)();
+    const names = [${JSON.stringify(section.name)}, ${JSON.stringify(section.mutex)}];
+    if (!r.open(...names) || !r.lock(-1)) process.exit(2);
+    process.stdout.write('held\\n');
+    process.stdin.once('data', () => setTimeout(() => {
+      r.writeU32(0, ${marker});
+      r.unlock();
+      process.stdout.write('released\\n');
+      process.stdin.destroy();
+    }, 100));`], { cwd: root, stdio: ['pipe', 'pipe', 'inherit'] });
+  t.after(() => child.kill('SIGKILL'));
+  const lines = [];
+  child.stdout.setEncoding('utf8').on('data', (d) => lines.push(...d.split('\n').filter(Boolean)));
+  child.exited = new Promise((resolve) => child.on('exit', resolve));
+  await new Promise((resolve, reject) => {
+    child.stdout.on('data', () => lines.includes('held') && resolve());
+    child.on('exit', (code) => reject(new Error(`holder exited with ${code}`)));
+  });
+  child.release = () => new Promise((resolve) => child.stdin.write('release\n', resolve));
+  child.lines = lines;
+  return child;
+}
+
+test('ShmRegion', { skip }, async (t) => {
+  await t.test('has its members in order, isOpen read-only, and a tagged receiver', () => {
+    assert.deepEqual(Object.getOwnPropertyNames(ShmRegion.prototype),
+      ['open', 'close', 'isOpen', 'lock', 'unlock', 'readBytes', 'writeU32', 'constructor']);
+    const isOpen = Object.getOwnPropertyDescriptor(ShmRegion.prototype, 'isOpen');
+    assert.equal(typeof isOpen.get, 'function');
+    assert.equal(isOpen.set, undefined);
+    assert.throws(() => ShmRegion.prototype.lock.call({}), error(TypeError, 'Illegal invocation'));
+  });
+
+  await t.test('open takes a string name and opens only existing sections', (t) => {
+    const region = new ShmRegion();
+    assert.equal(region.isOpen, false);
+    assert.throws(() => region.open(), error(TypeError, 'Expected shmName string'));
+    assert.throws(() => region.open(5, 'm'), error(TypeError, 'Expected shmName string'));
+    assert.equal(region.open(`ombrix-missing-${process.pid}`), false);
+    assert.equal(region.open(''), false);
+    assert.equal(region.open('a/b'), false);
+    assert.equal(region.isOpen, false);
+
+    // The Windows namespaces name the same object.
+    const section = makeSection(t, Buffer.alloc(64));
+    const local = openRegion(t, { name: `Local\\${section.name}` }, false);
+    const global = openRegion(t, { name: `Global\\${section.name}` }, false);
+    local.writeU32(0, 0x11223344);
+    assert.equal(global.readBytes(0, 4).readUInt32LE(0), 0x11223344);
+  });
+
+  await t.test('checks state before arguments', () => {
+    const region = new ShmRegion();
+    for (const call of [() => region.readBytes(), () => region.readBytes('x', -1),
+      () => region.writeU32(), () => region.writeU32(-1, NaN)]) {
+      assert.throws(call, error(Error, 'ShmRegion is not open'));
+    }
+  });
+
+  await t.test('lock is non-recursive per region; without a mutex it succeeds at once', (t) => {
+    const region = openRegion(t, makeSection(t, Buffer.alloc(16)), false);
+    assert.equal(region.lock(), true);
+    assert.throws(() => region.lock(), error(Error, 'ShmRegion already locked (non-recursive)'));
+    region.unlock();
+    region.unlock();  // not locked: nothing happens
+    assert.equal(region.lock(0), true);
+    region.close();
+    assert.equal(new ShmRegion().lock(), true);  // closed: no mutex either
+  });
+
+  await t.test('readBytes and writeU32 check types, then uint32 ranges', (t) => {
+    const region = openRegion(t, makeSection(t, Buffer.alloc(16)), false);
+    for (const args of [[1], ['1', 2], [1, '2'], [null, 1]]) {
+      assert.throws(() => region.readBytes(...args),
+        error(TypeError, 'Expected (offset: number, length: number)'));
+      assert.throws(() => region.writeU32(...args),
+        error(TypeError, 'Expected (offset: number, value: number)'));
+    }
+    for (const bad of [-1, -0.5, NaN, 4294967296, Infinity]) {
+      assert.throws(() => region.readBytes(bad, 1),
+        error(RangeError, 'offset and length must be non-negative uint32'));
+      assert.throws(() => region.readBytes(0, bad),
+        error(RangeError, 'offset and length must be non-negative uint32'));
+      assert.throws(() => region.writeU32(bad, 1),
+        error(RangeError, 'offset and value must be non-negative uint32'));
+      assert.throws(() => region.writeU32(0, bad),
+        error(RangeError, 'offset and value must be non-negative uint32'));
+    }
+    assert.deepEqual([...region.readBytes(0, 4)], [0, 0, 0, 0]);  // nothing written by the throws
+
+    // The largest offsets: bounds are computed without 32-bit wrap-around.
+    assert.deepEqual(region.readBytes(4294967295, 0), Buffer.alloc(0));
+    assert.deepEqual(region.readBytes(4294967295, 1), Buffer.alloc(1));
+    region.writeU32(4294967295, 4294967295);
+    region.writeU32(4294967292, 1);
+    region.writeU32(0, 4294967295);
+    assert.deepEqual([...region.readBytes(0, 4)], [255, 255, 255, 255]);
+  });
+
+  await t.test('reads and writes the whole pages of the section, shared with its creator', (t) => {
+    const bytes = Buffer.from(Array.from({ length: 100 }, (_, i) => i));
+    const section = makeSection(t, bytes);
+    const region = openRegion(t, section, false);
+
+    const empty = region.readBytes(0, 0);
+    assert.ok(Buffer.isBuffer(empty) && empty.length === 0);
+    assert.deepEqual(region.readBytes(0, 100), bytes);
+    assert.deepEqual([...region.readBytes(1.9, 2)], [1, 2]);  // fractions are cut
+
+    region.writeU32(8, 0x04030201);
+    region.writeU32(20.9, 5.7);
+    const file = fs.readFileSync(section.file);
+    assert.deepEqual([...file.subarray(8, 12)], [1, 2, 3, 4]);  // little-endian
+    assert.deepEqual([...file.subarray(20, 24)], [5, 0, 0, 0]);
+    const fd = fs.openSync(section.file, 'r+');
+    fs.writeSync(fd, Buffer.from([9, 8, 7]), 0, 3, 50);
+    fs.closeSync(fd);
+    assert.deepEqual([...region.readBytes(50, 3)], [9, 8, 7]);
+
+    // The size is the object's length rounded up to whole pages.
+    region.writeU32(200, 0xdeadbeef);
+    assert.equal(region.readBytes(200, 4).readUInt32LE(0), 0xdeadbeef);
+    region.writeU32(PAGE - 4, 0x01020304);
+    assert.equal(region.readBytes(PAGE - 4, 4).readUInt32LE(0), 0x01020304);
+    assert.deepEqual(region.readBytes(PAGE - 2, 4), Buffer.alloc(4));  // past the end: zeros
+    region.writeU32(PAGE - 3, 0xffffffff);  // past the end: dropped
+    assert.deepEqual([...region.readBytes(PAGE - 4, 4)], [4, 3, 2, 1]);
+  });
+
+  await t.test('a second open keeps the first section; close, then open takes the new names', (t) => {
+    const first = makeSection(t, Buffer.from([1, 0, 0, 0]));
+    const second = makeSection(t, Buffer.from([2, 0, 0, 0]));
+    const region = openRegion(t, first, false);
+    assert.equal(region.open(second.name, second.mutex), true);
+    assert.equal(region.readBytes(0, 1)[0], 1);
+    assert.equal(fs.existsSync(`/dev/shm/${second.mutex}.mutex`), false);
+    region.close();
+    region.close();
+    assert.equal(region.isOpen, false);
+    assert.equal(region.open(second.name, second.mutex), true);
+    assert.equal(region.readBytes(0, 1)[0], 2);
+    // The mutex is created on first use, under the documented name.
+    assert.equal(fs.existsSync(`/dev/shm/${second.mutex}.mutex`), true);
+  });
+});
+
+test('ShmRegion mutex across processes', { skip }, async (t) => {
+  await t.test('a holder makes a timed lock fail; lock(-1) waits for its release', async (t) => {
+    const section = makeSection(t, Buffer.alloc(16));
+    const region = openRegion(t, section);
+    const child = await holder(t, section, 0xc0ffee);
+    assert.equal(region.lock(50), false);
+    assert.equal(region.lock(0), false);
+    await child.release();
+    assert.equal(region.lock(-1), true);
+    assert.equal(region.readBytes(0, 4).readUInt32LE(0), 0xc0ffee);  // written before the release
+    region.unlock();
+    await child.exited;
+    assert.ok(child.lines.includes('released'));
+  });
+
+  await t.test('close while locked releases the mutex', async (t) => {
+    const section = makeSection(t, Buffer.alloc(16));
+    const region = openRegion(t, section);
+    assert.equal(region.lock(), true);
+    assert.equal(await lockElsewhere(section, 0), false);
+    region.close();
+    assert.equal(await lockElsewhere(section, 0), true);
+  });
+
+  await t.test('two regions on one mutex both lock in one thread; free after both', async (t) => {
+    const section = makeSection(t, Buffer.alloc(16));
+    const first = openRegion(t, section);
+    const second = openRegion(t, section);
+    assert.equal(first.lock(), true);
+    assert.equal(second.lock(), true);
+    first.close();  // releases its level; the other one still holds
+    assert.equal(await lockElsewhere(section, 0), false);
+    second.unlock();
+    assert.equal(await lockElsewhere(section, 0), true);
+  });
+
+  await t.test('a dead owner abandons the mutex: one failed lock, then owned here', async (t) => {
+    const section = makeSection(t, Buffer.alloc(16));
+    const region = openRegion(t, section);
+    const child = await holder(t, section);
+    child.kill('SIGKILL');
+    await child.exited;
+    assert.equal(region.lock(0), false);  // abandoned: now owned, but not "locked"
+    assert.equal(region.lock(0), true);   // recursive for the owning thread
+    region.unlock();
+    // The abandoned level is never released by the region, so other
+    // processes stay locked out while this thread lives.
+    assert.equal(await lockElsewhere(section, 0), false);
+  });
+});
