@@ -34,3 +34,62 @@ function runNode(source, { timeoutMs = 30000, args = [] } = {}) {
 }
 
 module.exports = { root, waitFor, runNode };
+
+/** Lets queued thread-safe-function deliveries run. */
+function settle(ms = 20) {
+  return new Promise((resolve) => setTimeout(resolve, ms));
+}
+
+/** Rejection reason of `promise`, or a failure if it fulfils. */
+async function rejection(promise) {
+  try {
+    await promise;
+  } catch (reason) {
+    return reason;
+  }
+  throw new Error('expected the promise to reject');
+}
+
+module.exports.settle = settle;
+module.exports.rejection = rejection;
+
+/**
+ * A live OmbrixClient (or tool with a pending call) keeps the process alive
+ * until it is collected; suites that create them collect at the end.
+ * Needs --expose-gc (the test runner passes it).
+ */
+function collectAfterAll(test) {
+  test.after(async () => {
+    for (let i = 0; i < 4; ++i) {
+      global.gc();
+      await settle(10);
+    }
+  });
+}
+
+module.exports.collectAfterAll = collectAfterAll;
+
+/** A client created in `mode` ('loopback' or 'scripted'); the default mode is restored. */
+function clientIn(mode, serverName = mode) {
+  const emu = require('../emulator/js');
+  const ombrix = require('..');
+  const previous = emu.mode();
+  emu.setMode(mode);
+  try {
+    return ombrix.createOmbrixClient({ serverName });
+  } finally {
+    emu.setMode(previous);
+  }
+}
+
+/** A fresh scratch directory, removed when the suite ends. */
+function scratchDir(test) {
+  const fs = require('fs');
+  const os = require('os');
+  const dir = fs.mkdtempSync(require('path').join(os.tmpdir(), 'ombrix-test-'));
+  test.after(() => fs.rmSync(dir, { recursive: true, force: true }));
+  return dir;
+}
+
+module.exports.clientIn = clientIn;
+module.exports.scratchDir = scratchDir;

@@ -10,13 +10,22 @@ using Keepalive = std::shared_ptr<JsChannel>;
 }  // namespace
 
 std::shared_ptr<JsChannel> JsChannel::Create(Napi::Env env, const char* resourceName,
-                                             Napi::Function callback) {
+                                             Napi::Function callback, OnClosed onClosed) {
   std::shared_ptr<JsChannel> channel(new JsChannel());
+  channel->onClosed_ = std::move(onClosed);
   auto* keepalive = new Keepalive(channel);
-  auto finalize = [](Napi::Env, Keepalive* self, JsChannel* context) {
+  auto finalize = [](Napi::Env finalizeEnv, Keepalive* self, JsChannel* context) {
     {
       std::lock_guard<std::mutex> lock(context->mutex_);
       context->open_ = false;
+    }
+    if (context->onClosed_) {
+      try {
+        context->onClosed_(finalizeEnv);
+      } catch (...) {
+        // The environment may be going away; nothing may escape a finalizer.
+      }
+      context->onClosed_ = nullptr;
     }
     delete self;
   };

@@ -10,6 +10,7 @@
 // abandonment is handled.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -28,10 +29,15 @@ class JsChannel {
  public:
   enum class Mode { kBlocking, kNonBlocking };
 
+  // Runs on the JavaScript thread once Node is done with the function
+  // (released and drained, or its environment torn down).
+  using OnClosed = std::function<void(Napi::Env env)>;
+
   // Unlimited queue, one owning thread; `callback` may be empty. Never
   // unreferenced: while open it keeps the event loop alive.
   static std::shared_ptr<JsChannel> Create(Napi::Env env, const char* resourceName,
-                                           Napi::Function callback = Napi::Function());
+                                           Napi::Function callback = Napi::Function(),
+                                           OnClosed onClosed = nullptr);
 
   // Any thread. On failure the task is destroyed here and false returned.
   bool Post(std::unique_ptr<JsTask> task, Mode mode = Mode::kBlocking);
@@ -53,6 +59,7 @@ class JsChannel {
   std::mutex mutex_;
   Tsfn tsfn_;
   bool open_ = false;
+  OnClosed onClosed_;
 };
 
 }  // namespace ombrix_addon

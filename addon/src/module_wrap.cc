@@ -3,8 +3,12 @@
 #include <type_traits>
 #include <vector>
 
+#include "client_wrap.h"
 #include "gui_tool_wrap.h"
 #include "logger_wrap.h"
+#include "remote_file_tool_wrap.h"
+#include "remote_shell_tool_wrap.h"
+#include "tool_service_wrap.h"
 #include "ombrix/enums.h"
 #include "ombrix/sdk.h"
 #include "shm_region_wrap.h"
@@ -165,8 +169,13 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
 
   // Classes first, then functions: factories need their class defined.
   ShmRegion::Init(env, exports);
+  OmbrixClient::Init(env);
+  RemoteFileTool::Init(env);
+  RemoteShellTool::Init(env);
+  ToolService::Init(env);
   GuiTool::Init(env, exports);
 
+  SetFunction(env, exports, "createOmbrixClient", OmbrixClient::Create);
   SetFunction(env, exports, "createGuiTool", CreateGuiTool);
   SetFunction(env, exports, "setLogger", SetLogger);
   SetFunction(env, exports, "getSDKVersion", GetSdkVersion);

@@ -101,6 +101,68 @@ Napi::Value StopLogStorm(const Napi::CallbackInfo& info) {
   return BlockingWork::Start(info.Env(), [] { return static_cast<double>(emu::StopLogStorm()); });
 }
 
+std::string StringArg(const Napi::CallbackInfo& info, size_t index) {
+  if (!info[index].IsString()) throw Napi::TypeError::New(info.Env(), "expected a string argument");
+  return info[index].As<Napi::String>().Utf8Value();
+}
+
+uint64_t IdArg(const Napi::CallbackInfo& info) {
+  if (!info[0].IsNumber()) throw Napi::TypeError::New(info.Env(), "expected a call id");
+  return static_cast<uint64_t>(info[0].As<Napi::Number>().Int64Value());
+}
+
+Napi::Value SetMode(const Napi::CallbackInfo& info) {
+  return Napi::Boolean::New(info.Env(), emu::SetMode(StringArg(info, 0)));
+}
+
+Napi::Value GetMode(const Napi::CallbackInfo& info) {
+  return Napi::String::New(info.Env(), emu::GetMode());
+}
+
+Napi::Value PendingCalls(const Napi::CallbackInfo& info) {
+  return Napi::String::New(info.Env(), emu::PendingCalls());
+}
+
+Napi::Value CompleteCall(const Napi::CallbackInfo& info) {
+  return Napi::Boolean::New(info.Env(), emu::CompleteCall(IdArg(info), StringArg(info, 1)));
+}
+
+Napi::Value DropCall(const Napi::CallbackInfo& info) {
+  return Napi::Boolean::New(info.Env(), emu::DropCall(IdArg(info)));
+}
+
+Napi::Value SetAutoComplete(const Napi::CallbackInfo& info) {
+  return Napi::Boolean::New(info.Env(),
+                            emu::SetAutoComplete(StringArg(info, 0), StringArg(info, 1)));
+}
+
+Napi::Value InjectFault(const Napi::CallbackInfo& info) {
+  return Napi::Boolean::New(info.Env(), emu::InjectFault(StringArg(info, 0), StringArg(info, 1)));
+}
+
+Napi::Value InjectWeakLockFailure(const Napi::CallbackInfo& info) {
+  return Napi::Boolean::New(info.Env(), emu::InjectWeakLockFailure(StringArg(info, 0)));
+}
+
+Napi::Value EmitConnectionState(const Napi::CallbackInfo& info) {
+  emu::EmitConnectionState(info[0].IsNumber() ? info[0].As<Napi::Number>().Int32Value() : 0);
+  return info.Env().Undefined();
+}
+
+Napi::Value AnnounceToolService(const Napi::CallbackInfo& info) {
+  emu::AnnounceToolService(info[0].ToBoolean().Value());
+  return info.Env().Undefined();
+}
+
+Napi::Value DisconnectToolService(const Napi::CallbackInfo& info) {
+  emu::DisconnectToolService();
+  return info.Env().Undefined();
+}
+
+Napi::Value LiveClients(const Napi::CallbackInfo& info) {
+  return Napi::Number::New(info.Env(), emu::LiveClients());
+}
+
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("sentryCounts", Napi::Function::New(env, SentryCounts, "sentryCounts"));
   exports.Set("liveObjects", Napi::Function::New(env, LiveObjects, "liveObjects"));
@@ -109,6 +171,22 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("emitLogs", Napi::Function::New(env, EmitLogs, "emitLogs"));
   exports.Set("startLogStorm", Napi::Function::New(env, StartLogStorm, "startLogStorm"));
   exports.Set("stopLogStorm", Napi::Function::New(env, StopLogStorm, "stopLogStorm"));
+  exports.Set("setMode", Napi::Function::New(env, SetMode, "setMode"));
+  exports.Set("getMode", Napi::Function::New(env, GetMode, "getMode"));
+  exports.Set("pendingCalls", Napi::Function::New(env, PendingCalls, "pendingCalls"));
+  exports.Set("completeCall", Napi::Function::New(env, CompleteCall, "completeCall"));
+  exports.Set("dropCall", Napi::Function::New(env, DropCall, "dropCall"));
+  exports.Set("setAutoComplete", Napi::Function::New(env, SetAutoComplete, "setAutoComplete"));
+  exports.Set("injectFault", Napi::Function::New(env, InjectFault, "injectFault"));
+  exports.Set("injectWeakLockFailure",
+              Napi::Function::New(env, InjectWeakLockFailure, "injectWeakLockFailure"));
+  exports.Set("emitConnectionState",
+              Napi::Function::New(env, EmitConnectionState, "emitConnectionState"));
+  exports.Set("announceToolService",
+              Napi::Function::New(env, AnnounceToolService, "announceToolService"));
+  exports.Set("disconnectToolService",
+              Napi::Function::New(env, DisconnectToolService, "disconnectToolService"));
+  exports.Set("liveClients", Napi::Function::New(env, LiveClients, "liveClients"));
   return exports;
 }
 

@@ -13,6 +13,7 @@
 #include "ombrix/fernwick.h"
 #include "ombrix/logger.h"
 #include "ombrix/notification.h"
+#include "ombrix/record_fields.h"
 #include "ombrix/remote_control.h"
 #include "ombrix/remote_file.h"
 #include "ombrix/result.h"

@@ -49,6 +49,38 @@ OMBRIX_API void EmitLogs(const LogSpec& spec, int threads, int linesPerThread);
 OMBRIX_API void StartLogStorm(int threads);
 OMBRIX_API int64_t StopLogStorm();
 
+// "loopback" (real work on this machine) or "scripted" (calls wait for the
+// test); applies to clients created afterwards and to their tools. False for
+// an unknown name.
+OMBRIX_API bool SetMode(const std::string& mode);
+OMBRIX_API std::string GetMode();
+
+// Scripted calls not yet completed, as a JSON array of
+// { id, op, args, thread, cancelled } ("" thread: not an SDK thread).
+OMBRIX_API std::string PendingCalls();
+// Completes a pending call from an SDK thread with a record given as JSON
+// (lenient: missing keys keep their defaults). False when not pending or the
+// JSON is malformed.
+OMBRIX_API bool CompleteCall(uint64_t id, const std::string& recordJson);
+// The SDK drops the call's callback without invoking it.
+OMBRIX_API bool DropCall(uint64_t id);
+// Every later scripted call of `op` completes at once with the record; an
+// empty string clears the rule.
+OMBRIX_API bool SetAutoComplete(const std::string& op, const std::string& recordJson);
+
+// The next call at `site` (an SDK operation such as "CreateOmbrixClient" or
+// "CreateRemoteFileTool") returns empty ("empty") or throws ("throw").
+OMBRIX_API bool InjectFault(const std::string& site, const std::string& kind);
+// The next WeakPtr::lock of the given contract type (a live-object label such
+// as "RemoteFileTool") comes back empty, as if the object had just died.
+OMBRIX_API bool InjectWeakLockFailure(const std::string& typeLabel);
+
+// Client observer events, sent by every live client from its signaling thread.
+OMBRIX_API void EmitConnectionState(int32_t state);
+OMBRIX_API void AnnounceToolService(bool empty);
+OMBRIX_API void DisconnectToolService();
+OMBRIX_API int LiveClients();
+
 }  // namespace emu
 }  // namespace ombrix
 }  // namespace quelt

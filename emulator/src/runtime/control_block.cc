@@ -11,6 +11,16 @@ const char* const g_typeLabels[kTypeCount] = {
 #undef OMBRIX_TYPE_LABEL
 };
 
+std::atomic<int> g_failNextLock[kTypeCount];
+
+bool TakeLockFailure(TypeId type) noexcept {
+  int pending = g_failNextLock[type].load(std::memory_order_relaxed);
+  while (pending > 0) {
+    if (g_failNextLock[type].compare_exchange_weak(pending, pending - 1)) return true;
+  }
+  return false;
+}
+
 void AddStrong(ControlBlock* block) noexcept {
   if (block) block->strong.fetch_add(1, std::memory_order_relaxed);
 }

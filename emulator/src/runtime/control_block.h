@@ -31,6 +31,10 @@ OMBRIX_SHARED_TYPES(OMBRIX_TYPE_ID_OF)
 // Objects currently owned through SharedPtr, per type.
 extern std::atomic<int64_t> g_liveObjects[kTypeCount];
 extern const char* const g_typeLabels[kTypeCount];
+// Injected failures of WeakPtr::lock, per type (control surface).
+extern std::atomic<int> g_failNextLock[kTypeCount];
+// Consumes one injected failure for `type`, if any.
+bool TakeLockFailure(TypeId type) noexcept;
 
 struct ControlBlock {
   // The strong owners together hold one weak reference, so the block outlives

@@ -155,7 +155,8 @@ WeakPtr<T>& WeakPtr<T>::operator=(WeakPtr&& other) noexcept {
 template <class T>
 SharedPtr<T> WeakPtr<T>::lock() const noexcept {
   SharedPtr<T> result;
-  if (control_ && detail::TryAddStrong(control_)) {
+  if (!control_ || detail::TakeLockFailure(detail::TypeIdOf<T>::value)) return result;
+  if (detail::TryAddStrong(control_)) {
     result.object_ = object_;
     result.control_ = control_;
   }

@@ -1,0 +1,31 @@
+// The module's observer of the SDK client. The SDK holds it weakly and calls
+// it on its own threads; it forwards to its OmbrixClient until detached.
+#pragma once
+
+#include <mutex>
+
+#include "ombrix/client.h"
+
+namespace ombrix_addon {
+
+class OmbrixClient;
+
+class ClientObserver final : public quelt::ombrix::OmbrixClientObserverItf {
+ public:
+  explicit ClientObserver(OmbrixClient* owner) : owner_(owner) {}
+
+  // Connection states are not relayed to JavaScript.
+  void OnConnectionStateChanged(int32_t state) override;
+  void OnNewToolService(quelt::ombrix::SharedPtr<quelt::ombrix::ToolServiceItf> service) override;
+  void OnToolServiceDisconnected() override;
+
+  // After this returns no event reaches the owner.
+  void Detach();
+
+ private:
+  std::mutex mutex_;
+  OmbrixClient* owner_;
+  bool detached_ = false;
+};
+
+}  // namespace ombrix_addon

@@ -1,0 +1,276 @@
+#include "client_wrap.h"
+
+#include <string>
+#include <utility>
+
+#include "addon_state.h"
+#include "client_observer.h"
+#include "remote_file_tool_wrap.h"
+#include "remote_shell_tool_wrap.h"
+#include "tool_service_wrap.h"
+
+namespace ombrix_addon {
+
+using namespace quelt::ombrix;
+
+// An observer event on its way to the JavaScript thread. The channel is
+// aborted before the client goes away, so a queued event never outlives it.
+class OmbrixClient::ToolServiceEvent final : public JsTask {
+ public:
+  ToolServiceEvent(OmbrixClient* owner, SharedPtr<ToolServiceItf> service, bool disconnected)
+      : owner_(owner), service_(std::move(service)), disconnected_(disconnected) {}
+
+  void Run(Napi::Env env, Napi::Function) override {
+    if (disconnected_) {
+      if (!owner_->onToolServiceDisconnected_.IsEmpty()) {
+        owner_->onToolServiceDisconnected_.Call({});
+      }
+    } else if (!owner_->onNewToolService_.IsEmpty() && service_) {
+      Napi::Object instance = ToolService::NewInstance(env, service_);
+      owner_->onNewToolService_.Call({instance});
+    }
+  }
+
+ private:
+  OmbrixClient* owner_;
+  SharedPtr<ToolServiceItf> service_;
+  bool disconnected_;
+};
+
+namespace {
+
+// The Fernwick workspace request: settled once, on the JavaScript thread.
+struct WorkspaceRequest {
+  explicit WorkspaceRequest(Napi::Env env) : deferred(Napi::Promise::Deferred::New(env)) {}
+  Napi::Promise::Deferred deferred;
+  bool settled = false;
+};
+
+class WorkspaceDelivery final : public JsTask {
+ public:
+  WorkspaceDelivery(std::shared_ptr<WorkspaceRequest> request, std::string path)
+      : request_(std::move(request)), path_(std::move(path)) {}
+
+  void Run(Napi::Env env, Napi::Function) override {
+    if (request_->settled) return;
+    request_->settled = true;
+    if (path_.empty()) {
+      request_->deferred.Reject(Napi::Error::New(env, "Fernwick workspace not available").Value());
+    } else {
+      request_->deferred.Resolve(Napi::String::New(env, path_));
+    }
+  }
+
+ private:
+  std::shared_ptr<WorkspaceRequest> request_;
+  std::string path_;
+};
+
+class WorkspaceCallback final : public CallbackItf<const char*> {
+ public:
+  WorkspaceCallback(std::shared_ptr<WorkspaceRequest> request, std::shared_ptr<JsChannel> channel)
+      : request_(std::move(request)), channel_(std::move(channel)) {}
+  // Unanswered: releasing the channel lets its close reject the request.
+  ~WorkspaceCallback() override { channel_->Release(); }
+
+  void OnResult(const char* path) override {
+    channel_->Post(std::make_unique<WorkspaceDelivery>(request_, path ? path : ""));
+    channel_->Release();
+  }
+
+ private:
+  std::shared_ptr<WorkspaceRequest> request_;
+  std::shared_ptr<JsChannel> channel_;
+};
+
+template <class Wrap, class Itf>
+Napi::Value ToolPromise(Napi::Env env, SharedPtr<Itf> tool, const char* failure) {
+  auto deferred = Napi::Promise::Deferred::New(env);
+  if (tool) {
+    deferred.Resolve(Wrap::NewInstance(env, std::move(tool)));
+  } else {
+    deferred.Reject(Napi::String::New(env, failure));  // a bare string, not an Error
+  }
+  return deferred.Promise();
+}
+
+constexpr const char* kClientNotInitialized = "Client is not initialized";
+constexpr const char* kOmbrixClientNotInitialized = "OmbrixClient is not initialized";
+
+}  // namespace
+
+void OmbrixClient::Init(Napi::Env env) {
+  Napi::Function constructor = DefineClass(
+      env, kClassName,
+      {TaggedMethod<&OmbrixClient::CreateAccountTool>("createAccountTool"),
+       TaggedMethod<&OmbrixClient::CreateRemoteFileTransferTool>("createRemoteFileTransferTool"),
+       TaggedMethod<&OmbrixClient::CreateRemoteControlTool>("createRemoteControlTool"),
+       TaggedMethod<&OmbrixClient::CreateRemoteFileTool>("createRemoteFileTool"),
+       TaggedMethod<&OmbrixClient::CreateRemoteShellTool>("createRemoteShellTool"),
+       TaggedMethod<&OmbrixClient::SetObserver>("setObserver"),
+       TaggedMethod<&OmbrixClient::SetAuditManager>("setAuditManager"),
+       TaggedMethod<&OmbrixClient::GetFernwickWorkspace>("getFernwickWorkspace"),
+       TaggedMethod<&OmbrixClient::CreateFernwickManager>("createFernwickManager")});
+  AddonState::Get(env).SetConstructor(kClassName, constructor);
+}
+
+OmbrixClient::OmbrixClient(const Napi::CallbackInfo& info) : TaggedWrap<OmbrixClient>(info) {}
+
+OmbrixClient::~OmbrixClient() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  if (observerImpl_) observerImpl_->Detach();
+  if (client_) client_->SetObserver(WeakPtr<OmbrixClientObserverItf>());
+  if (events_) events_->Abort();
+  onNewToolService_.Reset();
+  onConnectionStateChanged_.Reset();
+  onToolServiceDisconnected_.Reset();
+  observer_.reset();
+  auditManager_.reset();
+  client_.reset();
+}
+
+Napi::Value OmbrixClient::Create(const Napi::CallbackInfo& info) {
+  Napi::Env env = info.Env();
+  if (info.Length() < 1) throw Napi::TypeError::New(env, "Expected at least 1 argument: config");
+  if (!info[0].IsObject()) {
+    throw Napi::TypeError::New(env, "Expected config object as first argument");
+  }
+  Napi::Object config = info[0].As<Napi::Object>();
+  if (!config.Has("serverName") || !config.Get("serverName").IsString()) {
+    throw Napi::TypeError::New(env, "createOmbrixClient: config.serverName (string) is required");
+  }
+  std::string serverName = config.Get("serverName").As<Napi::String>().Utf8Value();
+  if (serverName.empty()) {
+    throw Napi::TypeError::New(env, "createOmbrixClient: config.serverName must be non-empty");
+  }
+
+  try {
+    SharedPtr<ChatSessionManagerItf> chatSessionManager;
+    if (info.Length() >= 2 && !info[1].IsUndefined() && !info[1].IsNull()) {
+      if (!info[1].IsObject()) {
+        throw Napi::TypeError::New(env, "Expected ChatSessionManager object as second argument");
+      }
+    }
+    SharedPtr<NotificationServiceItf> notificationService;
+    if (info.Length() >= 3 && !info[2].IsUndefined() && !info[2].IsNull()) {
+      if (!info[2].IsObject()) {
+        throw Napi::TypeError::New(env, "Expected NotificationService object as third argument");
+      }
+    }
+
+    SharedPtr<ThreadItf> signaling = ThreadItf::Create("OmbrixAddonSignaling");
+    if (!signaling) throw Napi::Error::New(env, "Failed to create signaling thread");
+
+    OmbrixConfig sdkConfig;
+    sdkConfig.serverName = serverName.c_str();
+    sdkConfig.signalingThread = signaling;
+    SharedPtr<OmbrixClientItf> client =
+        CreateOmbrixClient(sdkConfig, chatSessionManager, notificationService);
+    if (!client) throw Napi::Error::New(env, "Failed to create OmbrixClient");
+
+    Napi::Object instance = AddonState::Get(env).Constructor(env, kClassName).New({});
+    FromValue(instance)->Attach(env, std::move(client));
+    return instance;
+  } catch (const Napi::Error&) {
+    throw;
+  } catch (const std::exception& e) {
+    throw Napi::Error::New(env, std::string("Failed to create OmbrixClient: ") + e.what());
+  }
+}
+
+void OmbrixClient::Attach(Napi::Env env, SharedPtr<OmbrixClientItf> client) {
+  client_ = std::move(client);
+  // The channel exists before the SDK can send the first event.
+  events_ = JsChannel::Create(env, "OmbrixClientObserver");
+  observerImpl_ = new ClientObserver(this);
+  observer_ = SharedPtr<OmbrixClientObserverItf>(observerImpl_);
+  client_->SetObserver(WeakPtr<OmbrixClientObserverItf>(observer_));
+}
+
+void OmbrixClient::QueueNewToolService(SharedPtr<ToolServiceItf> service) {
+  events_->Post(std::make_unique<ToolServiceEvent>(this, std::move(service), false));
+}
+
+void OmbrixClient::QueueToolServiceDisconnected() {
+  events_->Post(std::make_unique<ToolServiceEvent>(this, SharedPtr<ToolServiceItf>(), true));
+}
+
+void OmbrixClient::RequireClient(Napi::Env env, const char* message) const {
+  if (!client_) throw Napi::Error::New(env, message);
+}
+
+Napi::Value OmbrixClient::CreateAccountTool(const Napi::CallbackInfo& info) {
+  RequireClient(info.Env(), kClientNotInitialized);
+  throw Napi::Error::New(info.Env(), "AccountTool is not available yet");
+}
+
+Napi::Value OmbrixClient::CreateRemoteFileTransferTool(const Napi::CallbackInfo& info) {
+  RequireClient(info.Env(), kClientNotInitialized);
+  throw Napi::Error::New(info.Env(), "RemoteFileTransferTool is not available yet");
+}
+
+Napi::Value OmbrixClient::CreateRemoteControlTool(const Napi::CallbackInfo& info) {
+  RequireClient(info.Env(), kClientNotInitialized);
+  throw Napi::Error::New(info.Env(), "RemoteControlTool is not available yet");
+}
+
+Napi::Value OmbrixClient::CreateRemoteFileTool(const Napi::CallbackInfo& info) {
+  RequireClient(info.Env(), kClientNotInitialized);
+  return ToolPromise<RemoteFileTool>(info.Env(), client_->CreateRemoteFileTool(),
+                                     "Failed to create RemoteFileTool");
+}
+
+Napi::Value OmbrixClient::CreateRemoteShellTool(const Napi::CallbackInfo& info) {
+  RequireClient(info.Env(), kClientNotInitialized);
+  return ToolPromise<RemoteShellTool>(info.Env(), client_->CreateRemoteShellTool(),
+                                      "Failed to create RemoteShellTool");
+}
+
+Napi::Value OmbrixClient::SetObserver(const Napi::CallbackInfo& info) {
+  Napi::Env env = info.Env();
+  if (info.Length() < 1 || !info[0].IsObject()) {
+    throw Napi::TypeError::New(env, "Expected observer object as first argument");
+  }
+  Napi::Object observer = info[0].As<Napi::Object>();
+  // Persistent (strong) references: a callback that refers to this client
+  // therefore keeps it, and the event loop, alive.
+  auto keep = [&](const char* name, Napi::FunctionReference& slot) {
+    if (!observer.Has(name)) return;
+    Napi::Value value = observer.Get(name);
+    if (value.IsFunction()) slot = Napi::Persistent(value.As<Napi::Function>());
+  };
+  keep("onNewToolService", onNewToolService_);
+  keep("onConnectionStateChanged", onConnectionStateChanged_);
+  keep("onToolServiceDisconnected", onToolServiceDisconnected_);
+  return env.Undefined();
+}
+
+Napi::Value OmbrixClient::SetAuditManager(const Napi::CallbackInfo& info) {
+  RequireClient(info.Env(), kClientNotInitialized);
+  throw Napi::Error::New(info.Env(), "setAuditManager is not available yet");
+}
+
+Napi::Value OmbrixClient::GetFernwickWorkspace(const Napi::CallbackInfo& info) {
+  Napi::Env env = info.Env();
+  RequireClient(env, kOmbrixClientNotInitialized);
+  auto request = std::make_shared<WorkspaceRequest>(env);
+  auto channel = JsChannel::Create(env, "GetFernwickWorkspaceCallback", Napi::Function(),
+                                   [request](Napi::Env closeEnv) {
+                                     if (request->settled) return;
+                                     request->settled = true;
+                                     request->deferred.Reject(
+                                         Napi::Error::New(closeEnv,
+                                                          "Fernwick workspace request aborted")
+                                             .Value());
+                                   });
+  client_->GetFernwickWorkspace(
+      SharedPtr<CallbackItf<const char*>>(new WorkspaceCallback(request, channel)));
+  return request->deferred.Promise();
+}
+
+Napi::Value OmbrixClient::CreateFernwickManager(const Napi::CallbackInfo& info) {
+  RequireClient(info.Env(), kOmbrixClientNotInitialized);
+  throw Napi::Error::New(info.Env(), "createFernwickManager is not available yet");
+}
+
+}  // namespace ombrix_addon

@@ -1,0 +1,34 @@
+#include "tool_promise.h"
+
+namespace ombrix_addon {
+
+Napi::Value RejectedPromise(Napi::Env env, const char* message) {
+  auto deferred = Napi::Promise::Deferred::New(env);
+  deferred.Reject(Napi::Error::New(env, message).Value());
+  return deferred.Promise();
+}
+
+void WireAbortSignal(Napi::Env env, Napi::Value signal,
+                     sdk::SharedPtr<sdk::OperationHandleItf> handle) {
+  if (!signal.IsObject()) return;  // functions count as objects
+  Napi::Object target = signal.As<Napi::Object>();
+  if (!target.Has("aborted") || !target.Has("addEventListener")) return;
+  if (target.Get("aborted").ToBoolean().Value()) {
+    if (handle) handle->Cancel();
+    return;
+  }
+  // The handler owns a copy of the handle for as long as the signal keeps it.
+  Napi::Function handler = Napi::Function::New(
+      env,
+      [handle](const Napi::CallbackInfo& info) -> Napi::Value {
+        if (handle) handle->Cancel();
+        return info.Env().Undefined();
+      },
+      "abortHandler");
+  Napi::Value addEventListener = target.Get("addEventListener");
+  if (addEventListener.IsFunction()) {
+    addEventListener.As<Napi::Function>().Call(target, {Napi::String::New(env, "abort"), handler});
+  }
+}
+
+}  // namespace ombrix_addon

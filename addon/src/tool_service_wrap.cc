@@ -1,0 +1,37 @@
+#include "tool_service_wrap.h"
+
+#include <string>
+
+#include "args.h"
+#include "tool_promise.h"
+
+namespace ombrix_addon {
+
+using namespace quelt::ombrix;
+
+namespace {
+constexpr const char* kServiceNotInitialized = "Tool service is not initialized";
+}
+
+void ToolService::Init(Napi::Env env) {
+  Register(env, {TaggedMethod<&ToolService::ListTools>("listTools"),
+                 TaggedMethod<&ToolService::Call>("call")});
+}
+
+Napi::Value ToolService::ListTools(const Napi::CallbackInfo& info) {
+  return DirectCall<const ToolServiceResult&>(
+      info.Env(), tool_, kServiceNotInitialized, "ListToolsCallback", info.Env().Undefined(),
+      [](ToolServiceItf& service, auto callback) { service.ListTools(callback); });
+}
+
+Napi::Value ToolService::Call(const Napi::CallbackInfo& info) {
+  RequireStrings(info, 2, "Expected (toolName: string, arguments: string, signal?: AbortSignal)");
+  std::string name = StringArg(info, 0), arguments = StringArg(info, 1);
+  return DirectCall<const ToolServiceResult&>(
+      info.Env(), tool_, kServiceNotInitialized, "CallCallback", info[2],
+      [&](ToolServiceItf& service, auto callback) {
+        return service.CallTool(name.c_str(), arguments.c_str(), callback);
+      });
+}
+
+}  // namespace ombrix_addon

@@ -1,0 +1,255 @@
+#include "client/client.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <filesystem>
+#include <mutex>
+#include <vector>
+
+#include "ombrix_emu/control.h"
+#include "runtime/log.h"
+#include "scripted/faults.h"
+#include "support/text.h"
+#include "tools/operation.h"
+#include "tools/remote_file_tool.h"
+#include "tools/remote_shell_tool.h"
+#include "tools/tool_service.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+struct Client::State : std::enable_shared_from_this<Client::State> {
+  std::string serverName;
+  Mode mode;
+  SharedPtr<ThreadItf> signaling;
+
+  // The rest is only touched on the signaling thread, except where noted.
+  WeakPtr<OmbrixClientObserverItf> observer;
+  int32_t connection = kDisconnected;
+  SharedPtr<ToolServiceItf> toolService;
+  int toolServices = 0;
+
+  std::mutex servicesMutex;  // guards the services, set from any thread
+  SharedPtr<ChatSessionManagerItf> chatSessionManager;
+  SharedPtr<NotificationServiceItf> notificationService;
+  SharedPtr<AuditSessionManagerItf> auditSessionManager;
+  SharedPtr<FernwickManagerItf> fernwickManager;
+
+  // Runs `task` on the signaling thread unless the client is gone by then.
+  template <class Task>
+  void Post(Task task) {
+    std::weak_ptr<State> weak = shared_from_this();
+    signaling->PostTask([weak, task]() {
+      if (auto self = weak.lock()) task(*self);
+    });
+  }
+
+  void Notify(const char* what, void (*notify)(OmbrixClientObserverItf&, State&)) {
+    SharedPtr<OmbrixClientObserverItf> current = observer.lock();
+    EMU_LOG(LogLevel::kDebug, "client", "%s: %s%s", serverName.c_str(), what,
+            current ? "" : " (no observer)");
+    if (current) notify(*current.get(), *this);
+  }
+
+  void SetConnection(int32_t state) {
+    connection = state;
+    Notify("connection state", [](OmbrixClientObserverItf& o, State& s) {
+      o.OnConnectionStateChanged(s.connection);
+    });
+  }
+
+  void Announce(SharedPtr<ToolServiceItf> service) {
+    toolService = service;
+    Notify("new tool service", [](OmbrixClientObserverItf& o, State& s) {
+      o.OnNewToolService(s.toolService);
+    });
+  }
+
+  void Disconnect() {
+    toolService.reset();
+    Notify("tool service disconnected",
+           [](OmbrixClientObserverItf& o, State&) { o.OnToolServiceDisconnected(); });
+  }
+
+  SharedPtr<ToolServiceItf> NewToolService() {
+    return SharedPtr<ToolServiceItf>(
+        new ToolService(mode, serverName + "/tools-" + std::to_string(++toolServices)));
+  }
+};
+
+namespace {
+
+struct Registry {
+  std::mutex mutex;
+  std::vector<std::weak_ptr<Client::State>> clients;
+};
+
+Registry& TheRegistry() {
+  static Registry* registry = new Registry;
+  return *registry;
+}
+
+template <class Fn>
+void ForEachClient(Fn fn) {
+  Registry& registry = TheRegistry();
+  std::lock_guard<std::mutex> lock(registry.mutex);
+  for (auto& weak : registry.clients) {
+    if (auto state = weak.lock()) fn(*state);
+  }
+}
+
+// Tool factories share their fault handling and logging.
+template <class Itf, class Make>
+SharedPtr<Itf> MakeTool(const Client::State& state, const char* factory, Make make) {
+  if (ApplyFault(factory)) return SharedPtr<Itf>();
+  EMU_LOG(LogLevel::kInfo, "client", "%s: %s (%s)", state.serverName.c_str(), factory,
+          ModeName(state.mode));
+  return SharedPtr<Itf>(make());
+}
+
+}  // namespace
+
+Client::Client(std::string serverName, SharedPtr<ThreadItf> signaling,
+               SharedPtr<ChatSessionManagerItf> chatSessionManager,
+               SharedPtr<NotificationServiceItf> notificationService, Mode mode)
+    : state_(std::make_shared<State>()) {
+  state_->serverName = std::move(serverName);
+  state_->mode = mode;
+  state_->signaling = std::move(signaling);
+  state_->chatSessionManager = std::move(chatSessionManager);
+  state_->notificationService = std::move(notificationService);
+  {
+    Registry& registry = TheRegistry();
+    std::lock_guard<std::mutex> lock(registry.mutex);
+    auto& clients = registry.clients;
+    clients.erase(std::remove_if(clients.begin(), clients.end(),
+                                 [](const std::weak_ptr<State>& w) { return w.expired(); }),
+                  clients.end());
+    clients.push_back(state_);
+  }
+  EMU_LOG(LogLevel::kInfo, "client", "client for '%s' created (%s)", state_->serverName.c_str(),
+          ModeName(mode));
+  // A scripted client stays silent: the test emits every event itself.
+  if (mode == Mode::kLoopback) {
+    state_->Post([](State& s) {
+      s.SetConnection(kConnecting);
+      s.SetConnection(kConnected);
+      s.Announce(s.NewToolService());
+    });
+  }
+}
+
+Client::~Client() {
+  EMU_LOG(LogLevel::kInfo, "client", "client for '%s' destroyed", state_->serverName.c_str());
+}
+
+SharedPtr<AccountToolItf> Client::CreateAccountTool() {
+  return MakeTool<AccountToolItf>(*state_, "CreateAccountTool",
+                                  []() -> AccountToolItf* { return nullptr; });
+}
+
+SharedPtr<RemoteFileTransferItf> Client::CreateRemoteFileTransferTool() {
+  return MakeTool<RemoteFileTransferItf>(*state_, "CreateRemoteFileTransferTool",
+                                         []() -> RemoteFileTransferItf* { return nullptr; });
+}
+
+SharedPtr<RemoteControlToolItf> Client::CreateRemoteControlTool() {
+  return MakeTool<RemoteControlToolItf>(*state_, "CreateRemoteControlTool",
+                                        []() -> RemoteControlToolItf* { return nullptr; });
+}
+
+SharedPtr<RemoteFileToolItf> Client::CreateRemoteFileTool() {
+  Mode mode = state_->mode;
+  return MakeTool<RemoteFileToolItf>(*state_, "CreateRemoteFileTool",
+                                     [mode] { return new RemoteFileTool(mode); });
+}
+
+SharedPtr<RemoteShellToolItf> Client::CreateRemoteShellTool() {
+  Mode mode = state_->mode;
+  return MakeTool<RemoteShellToolItf>(*state_, "CreateRemoteShellTool",
+                                      [mode] { return new RemoteShellTool(mode); });
+}
+
+void Client::SetObserver(WeakPtr<OmbrixClientObserverItf> observer) {
+  // Stored on the signaling thread, after any event already queued there, so
+  // a new observer is told the current state exactly once.
+  state_->Post([observer](State& s) {
+    s.observer = observer;
+    if (!s.observer.lock() || s.connection == kDisconnected) return;
+    s.SetConnection(s.connection);
+    if (s.toolService) s.Announce(s.toolService);
+  });
+}
+
+void Client::SetAuditSessionManager(SharedPtr<AuditSessionManagerItf> manager) {
+  std::lock_guard<std::mutex> lock(state_->servicesMutex);
+  EMU_LOG(LogLevel::kInfo, "client", "%s: audit session manager %s", state_->serverName.c_str(),
+          manager ? "set" : "cleared");
+  state_->auditSessionManager = std::move(manager);
+}
+
+SharedPtr<FernwickManagerItf> Client::CreateFernwickManager(SharedPtr<FernwickManagerItf> manager) {
+  if (ApplyFault("CreateFernwickManager")) return SharedPtr<FernwickManagerItf>();
+  std::lock_guard<std::mutex> lock(state_->servicesMutex);
+  state_->fernwickManager = manager;
+  return manager;
+}
+
+void Client::GetFernwickWorkspace(SharedPtr<CallbackItf<const char*>> callback) {
+  std::string name = state_->serverName;
+  Perform(state_->mode, "GetFernwickWorkspace", Json::MakeObject({{"serverName", name}}), callback,
+          [name](const loopback::CancelFlag&) {
+            std::error_code error;
+            std::string safe = name;
+            for (char& c : safe) {
+              if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+            }
+            auto dir = std::filesystem::temp_directory_path(error) / ("ombrix-fernwick-" + safe);
+            std::filesystem::create_directories(dir, error);
+            return error ? std::string() : dir.string();
+          });
+}
+
+void EmitConnectionState(int32_t state) {
+  ForEachClient([state](Client::State& client) {
+    client.Post([state](Client::State& s) { s.SetConnection(state); });
+  });
+}
+
+void AnnounceToolService(bool empty) {
+  ForEachClient([empty](Client::State& client) {
+    client.Post([empty](Client::State& s) {
+      s.Announce(empty ? SharedPtr<ToolServiceItf>() : s.NewToolService());
+    });
+  });
+}
+
+void DisconnectToolService() {
+  ForEachClient([](Client::State& client) { client.Post([](Client::State& s) { s.Disconnect(); }); });
+}
+
+int LiveClients() {
+  int count = 0;
+  ForEachClient([&count](Client::State&) { ++count; });
+  return count;
+}
+
+}  // namespace emu
+
+SharedPtr<OmbrixClientItf> CreateOmbrixClient(
+    const OmbrixConfig& config, SharedPtr<ChatSessionManagerItf> chatSessionManager,
+    SharedPtr<NotificationServiceItf> notificationService) {
+  if (emu::ApplyFault("CreateOmbrixClient")) return SharedPtr<OmbrixClientItf>();
+  if (!config.signalingThread) {
+    EMU_LOG(LogLevel::kError, "client", "CreateOmbrixClient: no signaling thread");
+    return SharedPtr<OmbrixClientItf>();
+  }
+  return SharedPtr<OmbrixClientItf>(new emu::Client(
+      emu::Str(config.serverName), config.signalingThread, std::move(chatSessionManager),
+      std::move(notificationService), emu::DefaultMode()));
+}
+
+}  // namespace ombrix
+}  // namespace quelt

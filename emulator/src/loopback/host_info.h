@@ -1,0 +1,27 @@
+// Facts about this machine, for the loopback device's identity and tools.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+namespace loopback {
+
+struct HostInfo {
+  std::string hostName;
+  std::string userName;
+  std::string platform;  // e.g. "Linux"
+  std::string release;
+  std::string machine;   // e.g. "x86_64"
+  int32_t cpus = 0;
+  int64_t uptimeSeconds = 0;
+};
+
+HostInfo ReadHostInfo();
+
+}  // namespace loopback
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

@@ -1,0 +1,97 @@
+#include "scripted/call_log.h"
+
+#include "runtime/log.h"
+#include "runtime/task_pool.h"
+#include "runtime/worker_thread.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+CallLog& CallLog::Shared() {
+  static CallLog* log = new CallLog;
+  return *log;
+}
+
+uint64_t CallLog::Capture(const std::string& op, Json args, Completer complete) {
+  uint64_t id;
+  Json autoRecord;
+  bool autoComplete = false;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    id = nextId_++;
+    auto rule = autoComplete_.find(op);
+    if (rule != autoComplete_.end()) {
+      autoComplete = true;
+      autoRecord = rule->second;
+    } else {
+      pending_[id] = Entry{op, std::move(args), CurrentThreadName(), false, std::move(complete)};
+    }
+  }
+  if (autoComplete) {
+    TaskPool::Shared().Post([complete = std::move(complete), autoRecord] { complete(autoRecord); });
+  } else {
+    EMU_LOG(LogLevel::kDebug, "scripted", "captured %s #%llu", op.c_str(),
+            static_cast<unsigned long long>(id));
+  }
+  return id;
+}
+
+bool CallLog::Complete(uint64_t id, const Json& record) {
+  Completer complete;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = pending_.find(id);
+    if (found == pending_.end()) return false;
+    complete = std::move(found->second.complete);
+    pending_.erase(found);
+  }
+  TaskPool::Shared().Post([complete = std::move(complete), record] { complete(record); });
+  return true;
+}
+
+bool CallLog::Drop(uint64_t id) {
+  Completer complete;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = pending_.find(id);
+    if (found == pending_.end()) return false;
+    complete = std::move(found->second.complete);
+    pending_.erase(found);
+  }
+  // The callback is released on an SDK thread, as a real SDK would.
+  TaskPool::Shared().Post([complete = std::move(complete)]() mutable { complete = nullptr; });
+  return true;
+}
+
+void CallLog::MarkCancelled(uint64_t id) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  auto found = pending_.find(id);
+  if (found != pending_.end()) found->second.cancelled = true;
+}
+
+Json CallLog::Pending() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  Json calls = Json(Json::Array());
+  for (const auto& entry : pending_) {
+    calls.Push(Json::MakeObject({{"id", Json(entry.first)},
+                                 {"op", Json(entry.second.op)},
+                                 {"args", entry.second.args},
+                                 {"thread", Json(entry.second.thread)},
+                                 {"cancelled", Json(entry.second.cancelled)}}));
+  }
+  return calls;
+}
+
+void CallLog::SetAutoComplete(const std::string& op, const Json& record) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  if (record.IsNull()) {
+    autoComplete_.erase(op);
+  } else {
+    autoComplete_[op] = record;
+  }
+}
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

@@ -1,0 +1,57 @@
+// Scripted mode: every SDK operation is captured here instead of being
+// performed, and the test completes it later (with any record, from an SDK
+// thread), drops it, or leaves it pending for ever.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "support/json.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+class CallLog {
+ public:
+  // Delivers a completion record to the operation's callback.
+  using Completer = std::function<void(const Json& record)>;
+
+  static CallLog& Shared();
+
+  // Records the call and returns its id. With an auto-completion rule for the
+  // operation, it is completed at once instead (and not listed).
+  uint64_t Capture(const std::string& op, Json args, Completer complete);
+
+  // Completes from a pool thread. False when the id is not pending.
+  bool Complete(uint64_t id, const Json& record);
+  // The SDK lets go of the callback without invoking it (on a pool thread).
+  bool Drop(uint64_t id);
+  void MarkCancelled(uint64_t id);
+
+  // [{ id, op, args, thread, cancelled }] in capture order.
+  Json Pending() const;
+  // Every later call of `op` completes at once with `record`; null clears.
+  void SetAutoComplete(const std::string& op, const Json& record);
+
+ private:
+  struct Entry {
+    std::string op;
+    Json args;
+    std::string thread;
+    bool cancelled = false;
+    Completer complete;
+  };
+
+  mutable std::mutex mutex_;
+  uint64_t nextId_ = 1;
+  std::map<uint64_t, Entry> pending_;
+  std::map<std::string, Json> autoComplete_;
+};
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

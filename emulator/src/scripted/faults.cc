@@ -1,0 +1,57 @@
+#include "scripted/faults.h"
+
+#include <deque>
+#include <map>
+#include <mutex>
+#include <stdexcept>
+
+#include "runtime/log.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+namespace {
+struct Faults {
+  std::mutex mutex;
+  std::map<std::string, std::deque<Fault>> queued;
+};
+Faults& TheFaults() {
+  static Faults* faults = new Faults;
+  return *faults;
+}
+}  // namespace
+
+void InjectFault(const std::string& site, Fault fault) {
+  Faults& faults = TheFaults();
+  std::lock_guard<std::mutex> lock(faults.mutex);
+  faults.queued[site].push_back(fault);
+}
+
+Fault TakeFault(const std::string& site) {
+  Faults& faults = TheFaults();
+  std::lock_guard<std::mutex> lock(faults.mutex);
+  auto found = faults.queued.find(site);
+  if (found == faults.queued.end() || found->second.empty()) return Fault::kNone;
+  Fault fault = found->second.front();
+  found->second.pop_front();
+  return fault;
+}
+
+bool ApplyFault(const std::string& site) {
+  switch (TakeFault(site)) {
+    case Fault::kNone:
+      return false;
+    case Fault::kEmpty:
+      EMU_LOG(LogLevel::kWarning, "faults", "%s returns empty (injected)", site.c_str());
+      return true;
+    case Fault::kThrow:
+      EMU_LOG(LogLevel::kWarning, "faults", "%s throws (injected)", site.c_str());
+      throw std::runtime_error(site + ": injected failure");
+  }
+  return false;
+}
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

@@ -1,0 +1,22 @@
+// Injected failures: the next call at a named site returns empty or throws.
+#pragma once
+
+#include <string>
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+enum class Fault { kNone, kEmpty, kThrow };
+
+// Sites are SDK operation names: "CreateOmbrixClient", "CreateRemoteFileTool"…
+void InjectFault(const std::string& site, Fault fault);
+// Consumes and returns the fault queued for `site` (kNone when there is none).
+Fault TakeFault(const std::string& site);
+
+// Returns true when the caller should return empty; throws for kThrow.
+bool ApplyFault(const std::string& site);
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

@@ -1,0 +1,15 @@
+// Small text helpers shared by the SDK objects.
+#pragma once
+
+#include <string>
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+// The SDK treats a null C string as empty.
+inline std::string Str(const char* text) { return text ? text : ""; }
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

@@ -1,0 +1,25 @@
+#include "tools/remote_shell_tool.h"
+
+#include "loopback/shell.h"
+#include "support/text.h"
+#include "tools/operation.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+SharedPtr<OperationHandleItf> RemoteShellTool::ExecuteShell(
+    const char* deviceId, const char* command, const char* workingDir,
+    SharedPtr<CallbackItf<const ShellExecResult&>> callback) {
+  std::string line = Str(command), dir = Str(workingDir);
+  return Perform(mode_, "ExecuteShell",
+                 Json::MakeObject({{"deviceId", Str(deviceId)}, {"command", line},
+                                   {"workingDir", dir}}),
+                 callback, [=](const loopback::CancelFlag& cancel) {
+                   return loopback::RunShell(line, dir, cancel);
+                 });
+}
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

@@ -1,0 +1,30 @@
+// A tool service as a connected client announces it. In loopback mode it
+// offers a few real tools of this machine: echo, time, system_info and sleep.
+#pragma once
+
+#include <string>
+
+#include "ombrix/shell.h"
+#include "tools/mode.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+class ToolService final : public ToolServiceItf {
+ public:
+  ToolService(Mode mode, std::string name) : mode_(mode), name_(std::move(name)) {}
+
+  void ListTools(SharedPtr<CallbackItf<const ToolServiceResult&>> callback) override;
+  SharedPtr<OperationHandleItf> CallTool(
+      const char* toolName, const char* arguments,
+      SharedPtr<CallbackItf<const ToolServiceResult&>> callback) override;
+
+ private:
+  Mode mode_;
+  std::string name_;
+};
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

@@ -1,0 +1,115 @@
+'use strict';
+const test = require('node:test');
+const assert = require('node:assert/strict');
+
+const ombrix = require('..');
+const emu = require('../emulator/js');
+const { settle, rejection, collectAfterAll, waitFor } = require('./helpers');
+
+emu.setMode('scripted');
+collectAfterAll(test);
+
+test('createOmbrixClient validates its arguments with exact messages', () => {
+  const cases = [
+    [[], 'Expected at least 1 argument: config'],
+    [['name'], 'Expected config object as first argument'],
+    [[null], 'Expected config object as first argument'],
+    [[{}], 'createOmbrixClient: config.serverName (string) is required'],
+    [[{ serverName: 5 }], 'createOmbrixClient: config.serverName (string) is required'],
+    [[{ serverName: '' }], 'createOmbrixClient: config.serverName must be non-empty'],
+    [[{ serverName: 's' }, 'x'], 'Expected ChatSessionManager object as second argument'],
+    [[{ serverName: 's' }, null, 7], 'Expected NotificationService object as third argument'],
+  ];
+  for (const [args, message] of cases) {
+    assert.throws(() => ombrix.createOmbrixClient(...args), { name: 'TypeError', message },
+      JSON.stringify(args));
+  }
+  // A function is an object; null and undefined services are accepted.
+  const fn = Object.assign(() => {}, { serverName: 'from-function' });
+  assert.equal(ombrix.createOmbrixClient(fn, undefined, null).constructor.name, 'OmbrixClient');
+  assert.equal(ombrix.createOmbrixClient({ serverName: 's' }, null, undefined).constructor.name,
+    'OmbrixClient');
+});
+
+test('SDK failures while creating the client become Errors', () => {
+  const attempt = () => ombrix.createOmbrixClient({ serverName: 'faulty' });
+  emu.injectThreadCreateFailure();
+  assert.throws(attempt, { name: 'Error', message: 'Failed to create signaling thread' });
+  emu.injectFault('CreateOmbrixClient', 'empty');
+  assert.throws(attempt, { name: 'Error', message: 'Failed to create OmbrixClient' });
+  emu.injectFault('CreateOmbrixClient', 'throw');
+  assert.throws(attempt, {
+    name: 'Error', message: 'Failed to create OmbrixClient: CreateOmbrixClient: injected failure',
+  });
+  assert.equal(attempt().constructor.name, 'OmbrixClient');
+});
+
+test('tool factories resolve with tools or reject with a bare string', async () => {
+  const client = ombrix.createOmbrixClient({ serverName: 'tools' });
+  const file = await client.createRemoteFileTool();
+  assert.equal(file.constructor.name, 'RemoteFileTool');
+  assert.equal((await client.createRemoteShellTool()).constructor.name, 'RemoteShellTool');
+  emu.injectFault('CreateRemoteFileTool', 'empty');
+  assert.strictEqual(await rejection(client.createRemoteFileTool()), 'Failed to create RemoteFileTool');
+  emu.injectFault('CreateRemoteShellTool', 'empty');
+  assert.strictEqual(await rejection(client.createRemoteShellTool()), 'Failed to create RemoteShellTool');
+  emu.injectFault('CreateRemoteFileTool', 'throw');
+  assert.throws(() => client.createRemoteFileTool(), /CreateRemoteFileTool: injected failure/);
+});
+
+test('a client never given an SDK client, and a foreign receiver, are refused', () => {
+  const client = ombrix.createOmbrixClient({ serverName: 'empty' });
+  const bare = new client.constructor();
+  assert.throws(() => bare.createRemoteFileTool(), { name: 'Error', message: 'Client is not initialized' });
+  assert.throws(() => bare.getFernwickWorkspace(), { message: 'OmbrixClient is not initialized' });
+  assert.equal(bare.setObserver({}), undefined);  // works without a client
+  assert.throws(() => client.createRemoteFileTool.call({}), { name: 'TypeError', message: 'Illegal invocation' });
+});
+
+// Observer callbacks are held strongly, so they are made where they cannot
+// capture the client (a closure sharing the client's scope would keep it, and
+// this process, alive).
+function recordingObservers(seen) {
+  return [{
+    onNewToolService: (service) => seen.push(['first', service.constructor.name]),
+    onToolServiceDisconnected: (...args) => seen.push(['disconnected', args.length]),
+    onConnectionStateChanged: () => seen.push(['state']),
+  }, {
+    onNewToolService: (service) => seen.push(['second', service.constructor.name]),
+    onToolServiceDisconnected: 42,
+  }];
+}
+
+test('observer events reach only the stored callbacks, on the JavaScript thread', async () => {
+  const client = ombrix.createOmbrixClient({ serverName: 'events' });
+  assert.throws(client.setObserver.bind(client), { name: 'TypeError', message: 'Expected observer object as first argument' });
+  assert.throws(client.setObserver.bind(client, 3), TypeError);
+  const seen = [];
+  const [first, second] = recordingObservers(seen);
+  client.setObserver(first);
+  // Replacing only one callback keeps the others; non-functions are ignored.
+  client.setObserver(second);
+
+  emu.emitConnectionState(2);
+  emu.announceToolService();
+  emu.announceToolService({ empty: true });
+  emu.disconnectToolService();
+  await waitFor(() => seen.length >= 2, { what: 'observer events' });
+  await settle(50);  // and nothing else arrives
+  assert.deepEqual(seen, [['second', 'ToolService'], ['disconnected', 0]]);
+});
+
+test('the Fernwick workspace settles once: a path, not available, or aborted', async () => {
+  const client = ombrix.createOmbrixClient({ serverName: 'workspace' });
+  const outcomes = [];
+  for (const record of ['/work/space', '', null]) {
+    const pending = client.getFernwickWorkspace('ignored');
+    emu.complete(await emu.nextCall('GetFernwickWorkspace'), record);
+    outcomes.push(await pending.then((path) => path, (e) => `${e.constructor.name}: ${e.message}`));
+  }
+  const dropped = client.getFernwickWorkspace();
+  emu.drop(await emu.nextCall('GetFernwickWorkspace'));
+  outcomes.push((await rejection(dropped)).message);
+  assert.deepEqual(outcomes, ['/work/space', 'Error: Fernwick workspace not available',
+    'Error: Fernwick workspace not available', 'Fernwick workspace request aborted']);
+});

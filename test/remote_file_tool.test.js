@@ -1,0 +1,284 @@
+'use strict';
+// RemoteFileTool against the scripted SDK: arguments as the SDK receives
+// them, result conversion, failures and cancellation.
+const test = require('node:test');
+const assert = require('node:assert/strict');
+
+const ombrix = require('..');
+const emu = require('../emulator/js');
+const { settle, rejection, collectAfterAll, runNode } = require('./helpers');
+
+emu.setMode('scripted');
+collectAfterAll(test);
+
+async function newTool() {
+  return ombrix.createOmbrixClient({ serverName: 'files' }).createRemoteFileTool();
+}
+
+test('optional arguments take their defaults unless present with the right type', async () => {
+  const tool = await newTool();
+  const sent = async (op, start) => {
+    start();
+    const call = await emu.nextCall(op);
+    emu.complete(call, {});
+    return call.args;
+  };
+  assert.deepEqual(await sent('ReadFile', () => tool.fileRead('d', 'p')),
+    { deviceId: 'd', filePath: 'p', startLine: -1, endLine: -1 });
+  assert.deepEqual(await sent('ReadFile', () => tool.fileRead('d', 'p', '3', 7.9)),
+    { deviceId: 'd', filePath: 'p', startLine: -1, endLine: 7 });
+  assert.deepEqual(await sent('WriteFile', () => tool.fileWrite('d', 'p', 'c')),
+    { deviceId: 'd', filePath: 'p', content: 'c', append: false, createDirs: true });
+  assert.deepEqual(await sent('WriteFile', () => tool.fileWrite('d', 'p', 'c', true, 0)),
+    { deviceId: 'd', filePath: 'p', content: 'c', append: true, createDirs: true });
+  assert.deepEqual(await sent('ReplaceInFile', () => tool.fileReplace('d', 'p', 'a', 'b')),
+    { deviceId: 'd', path: 'p', oldPattern: 'a', newText: 'b' });
+  assert.deepEqual(await sent('SearchInFile', () => tool.fileSearch('d', 'p', 'x')),
+    { deviceId: 'd', filePath: 'p', pattern: 'x', caseSensitive: false, showLineNumbers: true });
+  assert.deepEqual((await sent('FindFilesByName', () => tool.fileFindByName('d', '/', '*.c'))).maxResults, 500);
+  assert.deepEqual((await sent('FindFilesByName', () => tool.fileFindByName('d', '/', '*', 0))).maxResults, 0);
+  assert.deepEqual((await sent('FindFilesByName', () => tool.fileFindByName('d', '/', '*', -4))).maxResults, -4);
+  assert.deepEqual(await sent('ListDirectory', () => tool.dirList('d', '/', 'yes')),
+    { deviceId: 'd', path: '/', showHidden: false });
+});
+
+test('missing or non-string required arguments throw the method\'s TypeError', async () => {
+  const tool = await newTool();
+  const expect = (fn, message) => assert.throws(fn, { name: 'TypeError', message });
+  expect(() => tool.fileRead('d'), 'Expected (deviceId: string, filePath: string, startLine?: number, endLine?: number)');
+  expect(() => tool.fileWrite('d', 'p', 5), 'Expected (deviceId: string, filePath: string, content: string, append?: boolean, createDirs?: boolean)');
+  expect(() => tool.fileReplace('d', 'p', 'a'), 'Expected (deviceId: string, path: string, oldPattern: string, newText: string)');
+  expect(() => tool.fileSearch(1, 'p', 'x'), 'Expected (deviceId: string, filePath: string, pattern: string, caseSensitive?: boolean, showLineNumbers?: boolean, signal?: AbortSignal)');
+  expect(() => tool.fileFindByName('d', null, '*'), 'Expected (deviceId: string, directory: string, pattern: string, maxResults?: number, signal?: AbortSignal)');
+  expect(() => tool.dirList(), 'Expected (deviceId: string, path: string, showHidden?: boolean, signal?: AbortSignal)');
+  assert.deepEqual(emu.calls(), []);  // nothing reached the SDK
+});
+
+test('records convert key by key, 64-bit fields as numbers, arrays in order', async () => {
+  const tool = await newTool();
+  const found = tool.fileFindByName('d', '/', '*');
+  emu.complete(await emu.nextCall('FindFilesByName'),
+    { filePaths: ['/a', '/b'], totalFound: 9, truncated: true, success: true });
+  assert.deepEqual(Object.entries(await found), [['success', true], ['filePaths', ['/a', '/b']],
+    ['totalFound', 9], ['truncated', true], ['message', ''], ['errorMessage', ''], ['durationMs', 0]]);
+
+  const listed = tool.dirList('d', '/');
+  emu.complete(await emu.nextCall('ListDirectory'), {
+    success: true, totalSize: 2 ** 40, durationMs: 5,
+    entries: [{ name: 'x', type: 2, size: 2 ** 33, modifiedTime: 1700000000123 }, {}],
+  });
+  const result = await listed;
+  assert.deepEqual(Object.keys(result), ['success', 'entries', 'directoryCount', 'fileCount',
+    'totalSize', 'message', 'errorMessage', 'durationMs']);
+  assert.deepEqual(result.entries, [
+    { name: 'x', type: ombrix.FileEntryType.DIRECTORY, size: 2 ** 33, modifiedTime: 1700000000123 },
+    { name: '', type: 0, size: 0, modifiedTime: 0 }]);
+  assert.equal(typeof result.totalSize, 'number');
+
+  const searched = tool.fileSearch('d', 'p', 'x');
+  emu.complete(await emu.nextCall('SearchInFile'), { success: false, errorMessage: 'no such file', matches: '1:a\n2:b' });
+  const search = await searched;
+  assert.equal(search.success, false);  // SDK failures resolve, they never reject
+  assert.equal(search.matches, '1:a\n2:b');
+});
+
+test('a missing tool rejects, a tool lost before the call resolves unsuccessfully', async () => {
+  const tool = await newTool();
+  const bare = new tool.constructor();
+  for (const call of [() => bare.fileRead('d', 'p'), () => bare.fileSearch('d', 'p', 'x'),
+    () => bare.dirList('d', '/')]) {
+    const reason = await rejection(call());
+    assert.equal(reason.constructor, Error);
+    assert.equal(reason.message, 'Tool is not initialized');
+  }
+  for (const call of [() => tool.fileRead('d', 'p'), () => tool.fileWrite('d', 'p', 'c'),
+    () => tool.fileReplace('d', 'p', 'a', 'b')]) {
+    emu.injectWeakLockFailure('RemoteFileTool');
+    const result = await call();
+    assert.equal(result.success, false);
+    assert.equal(result.errorMessage, 'Tool has been destroyed');
+  }
+  assert.deepEqual(emu.calls(), []);  // the SDK was never called
+  // The cancellable operations call through the member and are unaffected.
+  emu.injectWeakLockFailure('RemoteFileTool');
+  const listed = tool.dirList('d', '/');
+  emu.complete(await emu.nextCall('ListDirectory'), { success: true });
+  assert.equal((await listed).success, true);
+  // …so the injected failure is still waiting for the next re-lock.
+  assert.equal((await tool.fileRead('d', 'p')).errorMessage, 'Tool has been destroyed');
+});
+
+test('abort signals cancel through the operation handle; look-alikes are ignored', async () => {
+  const tool = await newTool();
+  const start = async (signal) => {
+    const pending = tool.fileSearch('d', 'p', 'x', true, true, signal);
+    return { pending, call: await emu.nextCall('SearchInFile') };
+  };
+
+  const early = new AbortController();
+  early.abort();
+  const first = await start(early.signal);  // started, then cancelled at once
+  assert.equal(emu.isCancelled(first.call), true);
+
+  const late = new AbortController();
+  const second = await start(late.signal);
+  assert.equal(emu.isCancelled(second.call), false);
+  late.abort();
+  assert.equal(emu.isCancelled(second.call), true);
+
+  const ignored = [{ aborted: true }, 'signal', 7, { addEventListener() {} }];
+  const others = [];
+  for (const signal of ignored) others.push(await start(signal));
+  assert.deepEqual(others.map((o) => emu.isCancelled(o.call)), [false, false, false, false]);
+
+  // Aborting never settles by itself: the SDK's result does.
+  for (const { call } of [first, second, ...others]) emu.complete(call, { errorMessage: 'Cancelled' });
+  const results = await Promise.all([first, second, ...others].map((o) => o.pending));
+  assert.ok(results.every((r) => r.errorMessage === 'Cancelled'));
+
+  const after = new AbortController();
+  const third = await start(after.signal);
+  emu.complete(third.call, { success: true });
+  await third.pending;
+  after.abort();  // a finished operation: harmless
+  await settle();
+});
+
+test('a result the SDK never delivers keeps the process alive until it is completed', async () => {
+  const script = `
+    const ombrix = require('.');
+    const emu = require('./emulator/js');
+    emu.setMode('scripted');
+    (async () => {
+      const tool = await ombrix.createOmbrixClient({ serverName: 'x' }).createRemoteFileTool();
+      tool.fileRead('d', 'p').then((r) => console.log('settled', r.content));
+      const call = await emu.nextCall('ReadFile');
+      setTimeout(() => { console.log('still alive'); emu.complete(call, { content: 'late' }); }, 300);
+      global.gc();
+    })();`;
+  const { code, stdout } = await runNode(script, { args: ['--expose-gc'] });
+  assert.equal(code, 0);
+  assert.equal(stdout, 'still alive\nsettled late\n');
+});
+
+test('pending calls still settle after their tool wrapper is collected', async () => {
+  let tool = await newTool();
+  const pending = [tool.fileRead('d', 'p'), tool.dirList('d', '/')];
+  const calls = [await emu.nextCall('ReadFile'), await emu.nextCall('ListDirectory')];
+  tool = null;
+  for (let i = 0; i < 3; ++i) {
+    global.gc();
+    await settle(5);
+  }
+  for (const call of calls) emu.complete(call, { success: true });
+  assert.deepEqual((await Promise.all(pending)).map((r) => r.success), [true, true]);
+});
+
+test('ten thousand concurrent reads each settle exactly once', async () => {
+  const tool = await newTool();
+  emu.autoComplete('ReadFile', { success: true, content: 'x' });
+  try {
+    let settled = 0;
+    const all = Array.from({ length: 10000 }, () => tool.fileRead('d', 'p').then((r) => {
+      settled += 1;
+      return r.content;
+    }));
+    const contents = await Promise.all(all);
+    assert.equal(settled, 10000);
+    assert.ok(contents.every((c) => c === 'x'));
+  } finally {
+    emu.autoComplete('ReadFile', null);
+  }
+  await settle();
+  assert.equal(emu.liveObjects().FileReadCallback, 0);
+});
+
+// --- loopback: the device is this machine -----------------------------------
+
+const fs = require('fs');
+const path = require('path');
+const { spawn } = require('child_process');
+const { clientIn, scratchDir } = require('./helpers');
+
+const dir = scratchDir(test);
+
+test('loopback: write, read, replace and search a real file', async () => {
+  const tool = await clientIn('loopback').createRemoteFileTool();
+  const file = path.join(dir, 'nested', 'notes.txt');
+  const written = await tool.fileWrite('local', file, 'alpha\nBeta\ngamma beta\n');
+  assert.equal(written.success, true, written.errorMessage);
+  assert.equal((await tool.fileWrite('local', file, 'delta\n', true)).success, true);
+  assert.equal(fs.readFileSync(file, 'utf8'), 'alpha\nBeta\ngamma beta\ndelta\n');
+
+  const read = await tool.fileRead('local', file, 2, 3);
+  assert.deepEqual([read.success, read.content, read.dataStartLine, read.dataEndLine,
+    read.originalLineCount, read.isTruncated], [true, 'Beta\ngamma beta\n', 2, 3, 4, false]);
+
+  const insensitive = await tool.fileSearch('local', file, 'beta');
+  assert.deepEqual([insensitive.matches, insensitive.matchCount], ['2:Beta\n3:gamma beta\n', 2]);
+  const sensitive = await tool.fileSearch('local', file, 'beta', true, false);
+  assert.deepEqual([sensitive.matches, sensitive.matchCount], ['gamma beta\n', 1]);
+
+  const replaced = await tool.fileReplace('local', file, 'beta', 'BETA');
+  assert.equal(replaced.success, true);
+  assert.match(replaced.message, /1/);
+  assert.equal(fs.readFileSync(file, 'utf8'), 'alpha\nBeta\ngamma BETA\ndelta\n');
+
+  const missing = await tool.fileRead('local', path.join(dir, 'absent.txt'));
+  assert.equal(missing.success, false);
+  assert.match(missing.errorMessage, /absent\.txt/);
+  const noParent = await tool.fileWrite('local', path.join(dir, 'no', 'dir', 'f'), 'x', false, false);
+  assert.equal(noParent.success, false);
+});
+
+test('loopback: find by name and list a real tree', async () => {
+  const tool = await clientIn('loopback').createRemoteFileTool();
+  const root = path.join(dir, 'tree');
+  for (const name of ['a.c', 'b.c', 'c.h', 'sub/d.c', 'sub/e.txt', '.hidden.c']) {
+    fs.mkdirSync(path.dirname(path.join(root, name)), { recursive: true });
+    fs.writeFileSync(path.join(root, name), name);
+  }
+  const all = await tool.fileFindByName('local', root, '*.c');
+  assert.deepEqual(all.filePaths.map((p) => path.relative(root, p)).sort(),
+    ['.hidden.c', 'a.c', 'b.c', 'sub/d.c']);
+  assert.deepEqual([all.totalFound, all.truncated], [4, false]);
+  const limited = await tool.fileFindByName('local', root, '*.c', 2);
+  assert.deepEqual([limited.filePaths.length, limited.totalFound, limited.truncated], [2, 4, true]);
+
+  const listed = await tool.dirList('local', root);
+  assert.deepEqual(listed.entries.map((e) => [e.name, e.type]), [['a.c', 1], ['b.c', 1], ['c.h', 1], ['sub', 2]]);
+  assert.deepEqual([listed.fileCount, listed.directoryCount, listed.totalSize], [3, 1, 9]);
+  assert.ok(listed.entries.every((e) => typeof e.modifiedTime === 'number' && e.modifiedTime > 0));
+  const hidden = await tool.dirList('local', root, true);
+  assert.equal(hidden.entries[0].name, '.hidden.c');
+  const notDir = await tool.dirList('local', path.join(root, 'a.c'));
+  assert.equal(notDir.success, false);
+});
+
+test('loopback: cancelling an endless search or a whole-disk find settles unsuccessfully', async (t) => {
+  const tool = await clientIn('loopback').createRemoteFileTool();
+  const fifo = path.join(dir, 'endless');
+  try {
+    require('child_process').execFileSync('mkfifo', [fifo]);
+  } catch {
+    t.skip('mkfifo is not available');
+    return;
+  }
+  // The writer holds the FIFO open read-write, so a reader never sees end-of-file.
+  const writer = spawn('sh', ['-c', 'exec 3<>"$0"; echo ready; exec yes "no match here" >&3', fifo]);
+  await new Promise((resolve) => writer.stdout.once('data', resolve));
+  try {
+    const search = new AbortController();
+    const searching = tool.fileSearch('local', fifo, 'needle', false, true, search.signal);
+    const find = new AbortController();
+    const finding = tool.fileFindByName('local', '/', 'no-such-file-*', -1, find.signal);
+    await settle(50);
+    search.abort();
+    find.abort();
+    const [searched, found] = await Promise.all([searching, finding]);
+    assert.deepEqual([searched.success, searched.errorMessage], [false, 'Cancelled']);
+    assert.deepEqual([found.success, found.errorMessage], [false, 'Cancelled']);
+  } finally {
+    writer.kill();
+  }
+});
