@@ -6,7 +6,7 @@ const os = require('os');
 const path = require('path');
 const { printTable } = require('./harness');
 
-const suites = [require('./promise-roundtrip')];
+const suites = [require('./promise-roundtrip'), require('./js-services')];
 
 async function main() {
   const rows = [];

@@ -54,12 +54,17 @@ module.exports.settle = settle;
 module.exports.rejection = rejection;
 
 /**
- * A live OmbrixClient (or tool with a pending call) keeps the process alive
- * until it is collected; suites that create them collect at the end.
+ * A live OmbrixClient, a JS-backed session the SDK holds or a tool with a
+ * pending call keeps the process alive; suites that create them release and
+ * collect at the end. `drop()` clears the suite's own references first: a
+ * client holds its JS services strongly, so services that close over the
+ * suite's scope would otherwise keep that client reachable for ever.
  * Needs --expose-gc (the test runner passes it).
  */
-function collectAfterAll(test) {
+function collectAfterAll(test, drop = () => {}) {
   test.after(async () => {
+    drop();
+    require('../emulator/js').chat.releaseAll();  // the SDK's hold on JS-backed sessions
     for (let i = 0; i < 4; ++i) {
       global.gc();
       await settle(10);

@@ -5,11 +5,14 @@ namespace ombrix_addon {
 AddonState& AddonState::Get(Napi::Env env) {
   AddonState* state = env.GetInstanceData<AddonState>();
   if (!state) {
-    state = new AddonState();
+    state = new AddonState(env);
     env.SetInstanceData(state);
   }
   return *state;
 }
+
+AddonState::AddonState(Napi::Env env)
+    : promise_(Napi::Persistent(env.Global().Get("Promise").As<Napi::Function>())) {}
 
 void AddonState::SetConstructor(const std::string& className, Napi::Function constructor) {
   constructors_[className] = Napi::Persistent(constructor);
@@ -21,6 +24,15 @@ Napi::Function AddonState::Constructor(Napi::Env env, const std::string& classNa
     throw Napi::Error::New(env, "class " + className + " is not registered");
   }
   return found->second.Value();
+}
+
+Napi::Function AddonState::SharedFunction(Napi::Env env, const std::string& name,
+                                          Napi::Function::Callback callback) {
+  auto found = functions_.find(name);
+  if (found != functions_.end()) return found->second.Value();
+  Napi::Function function = Napi::Function::New(env, callback, name);
+  functions_[name] = Napi::Persistent(function);
+  return function;
 }
 
 }  // namespace ombrix_addon

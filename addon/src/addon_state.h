@@ -18,8 +18,22 @@ class AddonState {
   void SetConstructor(const std::string& className, Napi::Function constructor);
   Napi::Function Constructor(Napi::Env env, const std::string& className) const;
 
+  // Functions made once per environment and shared by many objects (the
+  // stream and confirm objects' methods), created on first use.
+  Napi::Function SharedFunction(Napi::Env env, const std::string& name,
+                                Napi::Function::Callback callback);
+
+  // The Promise constructor as it was when the module loaded (the state is
+  // created during module initialisation), whatever the application later
+  // does to the global.
+  Napi::Function PromiseConstructor() const { return promise_.Value(); }
+
  private:
+  explicit AddonState(Napi::Env env);
+
+  Napi::FunctionReference promise_;
   std::unordered_map<std::string, Napi::FunctionReference> constructors_;
+  std::unordered_map<std::string, Napi::FunctionReference> functions_;
 };
 
 }  // namespace ombrix_addon

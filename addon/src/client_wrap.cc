@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "addon_state.h"
+#include "chat_session_manager_wrap.h"
 #include "client_observer.h"
 #include "remote_file_tool_wrap.h"
 #include "remote_shell_tool_wrap.h"
@@ -150,6 +151,8 @@ Napi::Value OmbrixClient::Create(const Napi::CallbackInfo& info) {
       if (!info[1].IsObject()) {
         throw Napi::TypeError::New(env, "Expected ChatSessionManager object as second argument");
       }
+      chatSessionManager = SharedPtr<ChatSessionManagerItf>(
+          new JSChatSessionManager(env, info[1].As<Napi::Object>()));
     }
     SharedPtr<NotificationServiceItf> notificationService;
     if (info.Length() >= 3 && !info[2].IsUndefined() && !info[2].IsNull()) {

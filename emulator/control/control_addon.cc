@@ -3,6 +3,7 @@
 #include <napi.h>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -12,10 +13,11 @@ namespace {
 
 namespace emu = quelt::ombrix::emu;
 
-// Runs blocking control work off the JavaScript thread and settles a Promise.
+// Runs blocking control work off the JavaScript thread and settles a Promise
+// with the text it returns.
 class BlockingWork final : public Napi::AsyncWorker {
  public:
-  using Work = std::function<double()>;
+  using Work = std::function<std::string()>;
 
   static Napi::Promise Start(Napi::Env env, Work work) {
     auto* worker = new BlockingWork(env, std::move(work));
@@ -29,12 +31,12 @@ class BlockingWork final : public Napi::AsyncWorker {
       : Napi::AsyncWorker(env, "OmbrixControl"), deferred_(env), work_(std::move(work)) {}
 
   void Execute() override { result_ = work_(); }
-  void OnOK() override { deferred_.Resolve(Napi::Number::New(Env(), result_)); }
+  void OnOK() override { deferred_.Resolve(Napi::String::New(Env(), result_)); }
   void OnError(const Napi::Error& error) override { deferred_.Reject(error.Value()); }
 
   Napi::Promise::Deferred deferred_;
   Work work_;
-  double result_ = 0;
+  std::string result_;
 };
 
 int32_t IntOption(Napi::Object options, const char* key, int32_t fallback) {
@@ -87,7 +89,7 @@ Napi::Value EmitLogs(const Napi::CallbackInfo& info) {
   int lines = IntOption(options, "lines", 1);
   return BlockingWork::Start(env, [spec, threads, lines] {
     emu::EmitLogs(spec, threads, lines);
-    return static_cast<double>(threads) * lines;
+    return std::to_string(threads * lines);
   });
 }
 
@@ -98,7 +100,7 @@ Napi::Value StartLogStorm(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value StopLogStorm(const Napi::CallbackInfo& info) {
-  return BlockingWork::Start(info.Env(), [] { return static_cast<double>(emu::StopLogStorm()); });
+  return BlockingWork::Start(info.Env(), [] { return std::to_string(emu::StopLogStorm()); });
 }
 
 std::string StringArg(const Napi::CallbackInfo& info, size_t index) {
@@ -163,6 +165,89 @@ Napi::Value LiveClients(const Napi::CallbackInfo& info) {
   return Napi::Number::New(info.Env(), emu::LiveClients());
 }
 
+// Finished drives reach JavaScript through one thread-safe function per
+// environment. It holds the event loop only while JavaScript awaits a drive.
+struct DriveEvents {
+  static void Deliver(Napi::Env env, Napi::Function callback, DriveEvents*, uint64_t* drive) {
+    std::unique_ptr<uint64_t> owned(drive);
+    if (env == nullptr || callback.IsEmpty()) return;
+    callback.Call({Napi::Number::New(env, static_cast<double>(*owned))});
+  }
+  using Tsfn = Napi::TypedThreadSafeFunction<DriveEvents, uint64_t, &DriveEvents::Deliver>;
+
+  Tsfn tsfn;
+  int listener = 0;
+};
+
+// onDriveReport(callback(driveId)): once per environment, from the JS face.
+Napi::Value OnDriveReport(const Napi::CallbackInfo& info) {
+  Napi::Env env = info.Env();
+  if (!info[0].IsFunction()) throw Napi::TypeError::New(env, "expected a function");
+  if (env.GetInstanceData<DriveEvents>()) throw Napi::Error::New(env, "already listening");
+  auto* events = new DriveEvents();
+  env.SetInstanceData<DriveEvents>(events);  // freed with the environment
+  events->tsfn = DriveEvents::Tsfn::New(env, info[0].As<Napi::Function>(), "DriveReports", 0, 1,
+                                        events);
+  events->tsfn.Unref(env);
+  DriveEvents::Tsfn tsfn = events->tsfn;
+  events->listener = emu::AddDriveListener([tsfn](uint64_t drive) mutable {
+    tsfn.BlockingCall(new uint64_t(drive));
+  });
+  emu::AddJsThread();
+  env.AddCleanupHook([events] {
+    emu::RemoveDriveListener(events->listener);
+    emu::RemoveJsThread();
+    events->tsfn.Release();
+  });
+  return Napi::Number::New(env, events->listener);
+}
+
+// holdEvents(true | false): keep the event loop alive while drives are awaited.
+Napi::Value HoldEvents(const Napi::CallbackInfo& info) {
+  DriveEvents* events = info.Env().GetInstanceData<DriveEvents>();
+  if (events) {
+    if (info[0].ToBoolean().Value()) {
+      events->tsfn.Ref(info.Env());
+    } else {
+      events->tsfn.Unref(info.Env());
+    }
+  }
+  return info.Env().Undefined();
+}
+
+Napi::Value Drive(const Napi::CallbackInfo& info) {
+  int listener = info[3].IsNumber() ? info[3].As<Napi::Number>().Int32Value() : 0;
+  return Napi::String::New(info.Env(), emu::Drive(StringArg(info, 0), StringArg(info, 1),
+                                                  StringArg(info, 2), listener));
+}
+
+Napi::Value DriveReport(const Napi::CallbackInfo& info) {
+  return Napi::String::New(info.Env(), emu::DriveReport(IdArg(info)));
+}
+
+Napi::Value Inspect(const Napi::CallbackInfo& info) {
+  if (!info[1].IsNumber()) throw Napi::TypeError::New(info.Env(), "expected an id");
+  return Napi::String::New(
+      info.Env(), emu::Inspect(StringArg(info, 0), static_cast<uint64_t>(info[1].As<Napi::Number>().Int64Value())));
+}
+
+Napi::Value CancelToolCall(const Napi::CallbackInfo& info) {
+  return Napi::Boolean::New(info.Env(),
+                            emu::CancelToolCall(IdArg(info), info[1].As<Napi::Number>().Uint32Value()));
+}
+
+Napi::Value AnswerConfirm(const Napi::CallbackInfo& info) {
+  return Napi::Boolean::New(info.Env(),
+                            emu::AnswerConfirm(IdArg(info), info[1].As<Napi::Number>().Uint32Value(),
+                                               StringArg(info, 2)));
+}
+
+Napi::Value ChatStorm(const Napi::CallbackInfo& info) {
+  int threads = info[0].As<Napi::Number>().Int32Value();
+  int calls = info[1].As<Napi::Number>().Int32Value();
+  return BlockingWork::Start(info.Env(), [threads, calls] { return emu::ChatStorm(threads, calls); });
+}
+
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("sentryCounts", Napi::Function::New(env, SentryCounts, "sentryCounts"));
   exports.Set("liveObjects", Napi::Function::New(env, LiveObjects, "liveObjects"));
@@ -187,6 +272,14 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("disconnectToolService",
               Napi::Function::New(env, DisconnectToolService, "disconnectToolService"));
   exports.Set("liveClients", Napi::Function::New(env, LiveClients, "liveClients"));
+  exports.Set("onDriveReport", Napi::Function::New(env, OnDriveReport, "onDriveReport"));
+  exports.Set("holdEvents", Napi::Function::New(env, HoldEvents, "holdEvents"));
+  exports.Set("drive", Napi::Function::New(env, Drive, "drive"));
+  exports.Set("driveReport", Napi::Function::New(env, DriveReport, "driveReport"));
+  exports.Set("inspect", Napi::Function::New(env, Inspect, "inspect"));
+  exports.Set("cancelToolCall", Napi::Function::New(env, CancelToolCall, "cancelToolCall"));
+  exports.Set("answerConfirm", Napi::Function::New(env, AnswerConfirm, "answerConfirm"));
+  exports.Set("chatStorm", Napi::Function::New(env, ChatStorm, "chatStorm"));
   return exports;
 }
 

@@ -7,6 +7,44 @@ const native = require(bindingPath('ombrix_control'));
 
 const claimed = new Set();
 
+// Drives: each resolves when the SDK callback it made has run.
+const waiting = new Map();
+let listener = 0;
+
+function onDriveReport(drive) {
+  const resolve = waiting.get(drive);
+  if (!resolve) return;
+  waiting.delete(drive);
+  if (waiting.size === 0) native.holdEvents(false);
+  resolve(JSON.parse(native.driveReport(drive)));
+}
+
+/** Starts a drive; returns what it returned at once, plus `done` for asynchronous ones. */
+// Registers this environment for reports (and its thread as a JS thread).
+function listen() {
+  if (!listener) listener = native.onDriveReport(onDriveReport);
+  return listener;
+}
+
+function startDrive(service, op, args = {}) {
+  listen();
+  const started = JSON.parse(native.drive(service, op, JSON.stringify(args), listener));
+  if (started.error) throw new Error(started.error);
+  if (started.drive !== undefined) {
+    started.done = new Promise((resolve) => {
+      waiting.set(started.drive, resolve);
+      if (waiting.size === 1) native.holdEvents(true);
+    });
+  }
+  return started;
+}
+
+/** A drive's report once its callback has run: the decoded record, thread, calls. */
+async function drive(service, op, args) {
+  const started = startDrive(service, op, args);
+  return started.done ? started.done : started;
+}
+
 function idOf(call) {
   return typeof call === 'object' && call !== null ? call.id : call;
 }
@@ -29,10 +67,10 @@ const emulator = {
    * @param {{level?: number, module?: string|null, file?: string|null, line?: number,
    *          function?: string|null, message?: string, threads?: number, lines?: number}} options
    */
-  emitLogs: native.emitLogs,
+  emitLogs: async (options) => Number(await native.emitLogs(options)),
   /** SDK threads that log INFO lines without pause until stopLogStorm() (resolves with the count). */
   startLogStorm: native.startLogStorm,
-  stopLogStorm: native.stopLogStorm,
+  stopLogStorm: async () => Number(await native.stopLogStorm()),
 
   // --- modes and scripted calls ---------------------------------------------
   /** 'loopback' (real work on this machine) or 'scripted'; for clients created afterwards. */
@@ -101,6 +139,54 @@ const emulator = {
   },
   disconnectToolService: native.disconnectToolService,
   liveClients: native.liveClients,
+
+  // --- the SDK driving the application's chat services -------------------------
+  // Every call runs on an SDK thread against the newest client's chat session
+  // manager. Reports carry the callback's decoded record plus `thread`,
+  // `onJsThread` and `calls`. Sessions are referred to by the ids reports give.
+  chat: {
+    setLanguageCode: (language) => drive('chat', 'setLanguageCode', { language }),
+    createSession: (mode) => drive('chat', 'createSession', { mode }),
+    getSessions: () => drive('chat', 'getSessions'),
+    getCachedInfo: (session) => startDrive('chat', 'getCachedInfo', { session }).info,
+    getInfo: (session) => drive('chat', 'getInfo', { session }),
+    setTitle: (session, title) => drive('chat', 'setTitle', { session, title }),
+    /**
+     * Returns at once { drive, stream, confirm, done }: `done` resolves with the
+     * report; stream and confirm (ids, unless disabled) can be inspected meanwhile.
+     * @param {{stream?: boolean, confirm?: boolean, attachments?: object[],
+     *          extra?: string|null, form?: 'full'|'attachments'|'short'}} [options]
+     */
+    sendChat: (session, content, options = {}) => startDrive('chat', 'sendChat', { session, content, ...options }),
+    stop: (session) => drive('chat', 'stop', { session }),
+    delete: (session) => drive('chat', 'delete', { session }),
+    /** Registers an SDK observer (or clears it with false); returns its id. */
+    setObserver: (session, attach = true) => startDrive('chat', 'setObserver', { session, observer: attach }).observer,
+    /** The SDK drops its reference to the session. */
+    release: (session) => { startDrive('chat', 'release', { session }); },
+    /** The SDK drops every session, stream, confirmation and observer it holds. */
+    releaseAll: () => startDrive('chat', 'releaseAll').released,
+    /** What the SDK's side of a stream received, in order. */
+    streamEvents: (stream) => JSON.parse(native.inspect('stream', stream)),
+    cancelToolCall: (stream, index) => native.cancelToolCall(stream, index),
+    confirmRequests: (confirm) => JSON.parse(native.inspect('confirm', confirm)),
+    /** Answers a confirmation request from an SDK thread. */
+    answerConfirm(confirm, request, response) {
+      check(native.answerConfirm(confirm, request, typeof response === 'string' ? response : JSON.stringify(response)),
+        `no unanswered request ${request}`);
+    },
+    observerEvents: (observer) => JSON.parse(native.inspect('observer', observer)),
+    /** `threads` SDK threads × `calls` setLanguageCode calls at once. */
+    storm: async (threads, calls) => {
+      listen();
+      return JSON.parse(await native.chatStorm(threads, calls));
+    },
+  },
+  /**
+   * A drive's report as it stands now (e.g. to confirm `calls` stayed 1);
+   * a callback released without having run reports { dropped: true, calls: 0 }.
+   */
+  driveReport: (id) => JSON.parse(native.driveReport(id)),
 };
 
 module.exports = emulator;

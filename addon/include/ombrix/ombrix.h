@@ -11,6 +11,7 @@
 #include "ombrix/enums.h"
 #include "ombrix/export.h"
 #include "ombrix/fernwick.h"
+#include "ombrix/helper.h"
 #include "ombrix/logger.h"
 #include "ombrix/notification.h"
 #include "ombrix/record_fields.h"

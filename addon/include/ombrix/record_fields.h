@@ -7,6 +7,7 @@
 #include <tuple>
 #include <type_traits>
 
+#include "ombrix/helper.h"
 #include "ombrix/remote_control.h"
 #include "ombrix/remote_file.h"
 #include "ombrix/shell.h"
@@ -138,6 +139,102 @@ struct RecordFields<RemoteDeviceLockScreenStatusResult> {
   using R = RemoteDeviceLockScreenStatusResult;
   static constexpr auto list = std::make_tuple(
       OMBRIX_FIELD(R, success), OMBRIX_FIELD(R, isLocked), OMBRIX_FIELD(R, errorMessage));
+};
+
+// The owning forms of the records that cross as JavaScript objects; the
+// names are the objects' keys, in the order they are read and written.
+
+template <>
+struct RecordFields<helper::AttachmentData> {
+  using R = helper::AttachmentData;
+  static constexpr auto list = std::make_tuple(
+      OMBRIX_FIELD(R, fileId), OMBRIX_FIELD(R, filename), OMBRIX_FIELD(R, size),
+      OMBRIX_FIELD(R, uploadDate), OMBRIX_FIELD(R, fileType), OMBRIX_FIELD(R, fileUrl),
+      OMBRIX_FIELD(R, localPath));
+};
+
+template <>
+struct RecordFields<helper::ChunkData> {
+  using R = helper::ChunkData;
+  static constexpr auto list = std::make_tuple(
+      OMBRIX_FIELD(R, type), OMBRIX_FIELD(R, eventId), OMBRIX_FIELD(R, role),
+      OMBRIX_FIELD(R, content), OMBRIX_FIELD(R, createdAt), OMBRIX_FIELD(R, attachments),
+      OMBRIX_FIELD(R, suggestions));
+};
+
+template <>
+struct RecordFields<helper::SessionInfoData> {
+  using R = helper::SessionInfoData;
+  static constexpr auto list = std::make_tuple(
+      OMBRIX_FIELD(R, sessionId), OMBRIX_FIELD(R, title), OMBRIX_FIELD(R, modelName),
+      OMBRIX_FIELD(R, provider), OMBRIX_FIELD(R, createdAt), OMBRIX_FIELD(R, lastActiveAt),
+      OMBRIX_FIELD(R, history), OMBRIX_FIELD(R, chatMode));
+};
+
+template <>
+struct RecordFields<helper::ToolCallResultData> {
+  using R = helper::ToolCallResultData;
+  static constexpr auto list =
+      std::make_tuple(OMBRIX_FIELD(R, success), OMBRIX_FIELD(R, content),
+                      OMBRIX_FIELD(R, errorMessage), OMBRIX_FIELD(R, durationMs));
+};
+
+template <>
+struct RecordFields<helper::ToolCallData> {
+  using R = helper::ToolCallData;
+  static constexpr auto list = std::make_tuple(
+      OMBRIX_FIELD(R, type), OMBRIX_FIELD(R, title), OMBRIX_FIELD(R, description),
+      OMBRIX_FIELD(R, toolName), OMBRIX_FIELD(R, toolArgs), OMBRIX_FIELD(R, createdAt),
+      OMBRIX_FIELD(R, result));
+};
+
+template <>
+struct RecordFields<helper::TodoData> {
+  using R = helper::TodoData;
+  static constexpr auto list = std::make_tuple(
+      OMBRIX_FIELD(R, id), OMBRIX_FIELD(R, title), OMBRIX_FIELD(R, description),
+      OMBRIX_FIELD(R, status), OMBRIX_FIELD(R, createdAt), OMBRIX_FIELD(R, updatedAt));
+};
+
+template <>
+struct RecordFields<helper::UsageData> {
+  using R = helper::UsageData;
+  static constexpr auto list = std::make_tuple(
+      OMBRIX_FIELD(R, eventId), OMBRIX_FIELD(R, modelName), OMBRIX_FIELD(R, createdAt),
+      OMBRIX_FIELD(R, inputTokens), OMBRIX_FIELD(R, outputTokens), OMBRIX_FIELD(R, cachedTokens),
+      OMBRIX_FIELD(R, businessPoints), OMBRIX_FIELD(R, businessCost));
+};
+
+template <>
+struct RecordFields<helper::NotificationData> {
+  using R = helper::NotificationData;
+  static constexpr auto list = std::make_tuple(
+      OMBRIX_FIELD(R, id), OMBRIX_FIELD(R, type), OMBRIX_FIELD(R, title),
+      OMBRIX_FIELD(R, content), OMBRIX_FIELD(R, priority), OMBRIX_FIELD(R, createdAt),
+      OMBRIX_FIELD(R, expiresAt), OMBRIX_FIELD(R, sourceId), OMBRIX_FIELD(R, isRead));
+};
+
+template <>
+struct RecordFields<helper::RemoteDeviceData> {
+  using R = helper::RemoteDeviceData;
+  static constexpr auto list =
+      std::make_tuple(OMBRIX_FIELD(R, deviceId), OMBRIX_FIELD(R, deviceName),
+                      OMBRIX_FIELD(R, deviceType), OMBRIX_FIELD(R, deviceStatus));
+};
+
+template <>
+struct RecordFields<helper::AuditSessionInfoData> {
+  using R = helper::AuditSessionInfoData;
+  static constexpr auto list =
+      std::make_tuple(OMBRIX_FIELD(R, sessionId), OMBRIX_FIELD(R, status),
+                      OMBRIX_FIELD(R, createdAt), OMBRIX_FIELD(R, lastActiveAt));
+};
+
+template <>
+struct RecordFields<helper::AuditReportData> {
+  using R = helper::AuditReportData;
+  static constexpr auto list =
+      std::make_tuple(OMBRIX_FIELD(R, fileUrl), OMBRIX_FIELD(R, createdAt));
 };
 
 #undef OMBRIX_FIELD

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -80,6 +81,33 @@ OMBRIX_API void EmitConnectionState(int32_t state);
 OMBRIX_API void AnnounceToolService(bool empty);
 OMBRIX_API void DisconnectToolService();
 OMBRIX_API int LiveClients();
+
+// --- Driving the JavaScript-backed services as the SDK would ---------------
+//
+// A drive is one SDK call into a service of the newest live client, made from
+// an SDK thread. Drive() returns JSON: { drive, … } for an asynchronous
+// operation, whose report is delivered later, the report itself for a
+// synchronous one, or { error }. A report is what the SDK callback received,
+// decoded, plus "thread", "onJsThread" and "calls".
+//
+// Each environment of the control surface registers a listener (told the id
+// of each finished drive it started) and its JavaScript thread.
+OMBRIX_API int AddDriveListener(std::function<void(uint64_t drive)> listener);
+OMBRIX_API void RemoveDriveListener(int token);
+OMBRIX_API void AddJsThread();
+OMBRIX_API void RemoveJsThread();
+
+// service: "chat". See docs/substitute-sdk.md for the operations.
+OMBRIX_API std::string Drive(const std::string& service, const std::string& op,
+                             const std::string& argsJson, int listener);
+OMBRIX_API std::string DriveReport(uint64_t drive);
+
+// What the SDK side received: kind "stream", "confirm" or "observer".
+OMBRIX_API std::string Inspect(const std::string& kind, uint64_t id);
+OMBRIX_API bool CancelToolCall(uint64_t stream, uint32_t index);
+OMBRIX_API bool AnswerConfirm(uint64_t confirm, uint32_t request, const std::string& responseJson);
+// Many SDK threads calling one JavaScript chat manager at once; blocking.
+OMBRIX_API std::string ChatStorm(int threads, int calls);
 
 }  // namespace emu
 }  // namespace ombrix

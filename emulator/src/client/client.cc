@@ -230,6 +230,16 @@ void DisconnectToolService() {
   ForEachClient([](Client::State& client) { client.Post([](Client::State& s) { s.Disconnect(); }); });
 }
 
+ClientServices NewestClientServices() {
+  ClientServices services;
+  ForEachClient([&services](Client::State& client) {  // oldest first: the last one wins
+    std::lock_guard<std::mutex> lock(client.servicesMutex);
+    services = ClientServices{client.chatSessionManager, client.notificationService,
+                              client.auditSessionManager, client.fernwickManager};
+  });
+  return services;
+}
+
 int LiveClients() {
   int count = 0;
   ForEachClient([&count](Client::State&) { ++count; });

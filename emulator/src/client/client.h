@@ -39,6 +39,15 @@ class Client final : public OmbrixClientItf {
   std::shared_ptr<State> state_;
 };
 
+// The JavaScript-backed services of the newest live client (any may be empty).
+struct ClientServices {
+  SharedPtr<ChatSessionManagerItf> chatSessionManager;
+  SharedPtr<NotificationServiceItf> notificationService;
+  SharedPtr<AuditSessionManagerItf> auditSessionManager;
+  SharedPtr<FernwickManagerItf> fernwickManager;
+};
+ClientServices NewestClientServices();
+
 }  // namespace emu
 }  // namespace ombrix
 }  // namespace quelt

@@ -1,0 +1,186 @@
+#include "chat_session_wrap.h"
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "chat_stream_wrap.h"
+#include "js_convert.h"
+#include "js_outcome.h"
+#include "js_records.h"
+#include "ombrix/helper.h"
+
+namespace ombrix_addon {
+
+using namespace quelt::ombrix;
+
+namespace {
+
+const BridgeRules kChatRules{};
+
+using helper::Copy;
+
+std::vector<napi_value> NoArguments(Napi::Env) { return {}; }
+
+// The observer object the application's "setObserver" receives.
+class ObserverStep final : public JsTask {
+ public:
+  ObserverStep(std::shared_ptr<JsTarget> target, WeakPtr<ChatSessionObserverItf> observer,
+               bool given)
+      : target_(std::move(target)), observer_(std::move(observer)), given_(given) {}
+
+  void Run(Napi::Env env, Napi::Function) override {
+    Napi::Object session = target_->Object(env);
+    if (!session.Has("setObserver")) return;
+    Napi::Value setObserver = session.Get("setObserver");
+    if (!setObserver.IsFunction()) return;
+    Napi::Value argument = env.Null();
+    if (given_) {
+      Napi::Object observer = Napi::Object::New(env);
+      WeakPtr<ChatSessionObserverItf> bound = observer_;
+      observer.Set("onSessionInfoChanged",
+                   Napi::Function::New(
+                       env,
+                       [bound](const Napi::CallbackInfo& info) {
+                         SharedPtr<ChatSessionObserverItf> target = bound.lock();
+                         if (!target || info.Length() < 1 || !info[0].IsObject()) return;
+                         // History is deliberately not forwarded on this path.
+                         helper::ChatSessionInfo changed(FromJs<helper::SessionInfoData>(info[0]),
+                                                         false);
+                         target->OnSessionInfoChanged(changed);
+                       },
+                       "onSessionInfoChanged"));
+      argument = observer;
+    }
+    setObserver.As<Napi::Function>().Call(session, {argument});
+  }
+
+ private:
+  std::shared_ptr<JsTarget> target_;
+  WeakPtr<ChatSessionObserverItf> observer_;
+  bool given_;
+};
+
+}  // namespace
+
+JSChatSession::JSChatSession(Napi::Env env, Napi::Value session)
+    : cache_(std::make_shared<InfoCache>()) {
+  if (session.IsEmpty()) throw std::runtime_error("JSChatSession: Invalid Napi::Object");
+  if (static_cast<napi_env>(session.Env()) != static_cast<napi_env>(env)) {
+    throw std::runtime_error("JSChatSession: Env mismatch between env and js_obj");
+  }
+  target_ = std::make_shared<JsTarget>(env, session.As<Napi::Object>(), "JSChatSession");
+  if (session.IsObject()) {
+    Napi::Object object = session.As<Napi::Object>();
+    if (object.Has("sessionInfo") && object.Get("sessionInfo").IsObject()) {
+      cache_->info = SharedPtr<ChatSessionInfo>(new helper::ChatSessionInfo(
+          FromJs<helper::SessionInfoData>(object.Get("sessionInfo")), true));
+    }
+  }
+}
+
+SharedPtr<ChatSessionInfo> JSChatSession::GetCachedInfo() {
+  std::lock_guard<std::mutex> lock(cache_->mutex);
+  return cache_->info;
+}
+
+void JSChatSession::GetInfo(SharedPtr<CallbackItf<const GetInfoResult&>> callback) {
+  std::shared_ptr<InfoCache> cache = cache_;
+  CallJs<GetInfoResult>(
+      target_, "getInfo", NoArguments,
+      [cache](Napi::Env, Napi::Value value) {
+        if (!value.IsObject()) return Failure<GetInfoResult>("Session info not returned");
+        Napi::Object result = value.As<Napi::Object>();
+        Outcome<GetInfoResult> outcome = Success<GetInfoResult>();
+        // Unlike the other results a missing "code" is success, and a "code"
+        // that is not a number fails the read itself.
+        if (result.Has("code")) {
+          outcome.code =
+              static_cast<ResultCode>(result.Get("code").As<Napi::Number>().Uint32Value());
+        }
+        if (outcome.code != ResultCode::kSuccess) {
+          Napi::Value message =
+              result.Has("errorMessage") ? result.Get("errorMessage") : Napi::Value();
+          outcome.message =
+              message.IsString() ? message.As<Napi::String>().Utf8Value() : "Operation failed";
+          return outcome;
+        }
+        if (!result.Has("info") || !result.Get("info").IsObject()) {
+          return Failure<GetInfoResult>("Info not found in result");
+        }
+        SharedPtr<ChatSessionInfo> info(
+            new helper::ChatSessionInfo(FromJs<helper::SessionInfoData>(result.Get("info")), true));
+        {
+          // Readers keep their own reference: a replaced record stays valid for them.
+          std::lock_guard<std::mutex> lock(cache->mutex);
+          cache->info = info;
+        }
+        outcome.extras.info = info;
+        return outcome;
+      },
+      std::move(callback), kChatRules);
+}
+
+void JSChatSession::SetTitle(const char* title, OperationCallback callback) {
+  std::string text = Copy(title);
+  CallJs<OperationResult>(
+      target_, "setTitle",
+      [text](Napi::Env env) -> std::vector<napi_value> { return {Napi::String::New(env, text)}; },
+      OperationResultOf(CodeRule::kNumberElseFailure), std::move(callback), kChatRules);
+}
+
+void JSChatSession::SendChat(const char* content, SharedPtr<ChatResponseStreamItf> stream,
+                             SharedPtr<ConfirmCallbackItf> confirm, OperationCallback callback,
+                             SharedPtr<AttachmentListItf> attachments, const char* extra) {
+  std::string text = Copy(content), extraText = Copy(extra);
+  // Attachments are copied now: the SDK's list is only borrowed for the call.
+  std::vector<helper::AttachmentData> copies = helper::Copy(attachments.get());
+  CallJs<OperationResult>(
+      target_, "sendChat",
+      [text, stream, confirm, copies, extraText](Napi::Env env) -> std::vector<napi_value> {
+        Napi::Value undefined = env.Undefined();
+        return {Napi::String::New(env, text),
+                stream ? Napi::Value(MakeStreamObject(env, stream)) : undefined,
+                confirm ? Napi::Value(MakeConfirmObject(env, confirm)) : undefined,
+                copies.empty() ? undefined : ToJs(env, copies),
+                extraText.empty() ? undefined : Napi::Value(Napi::String::New(env, extraText))};
+      },
+      OperationResultOf(CodeRule::kNumberElseFailure), std::move(callback), kChatRules);
+}
+
+void JSChatSession::SendChat(const char* content, SharedPtr<ChatResponseStreamItf> stream,
+                             SharedPtr<ConfirmCallbackItf> confirm, OperationCallback callback,
+                             SharedPtr<AttachmentListItf> attachments) {
+  SendChat(content, std::move(stream), std::move(confirm), std::move(callback),
+           std::move(attachments), nullptr);
+}
+
+void JSChatSession::SendChat(const char* content, SharedPtr<ChatResponseStreamItf> stream,
+                             SharedPtr<ConfirmCallbackItf> confirm, OperationCallback callback) {
+  SendChat(content, std::move(stream), std::move(confirm), std::move(callback),
+           SharedPtr<AttachmentListItf>(), nullptr);
+}
+
+void JSChatSession::Stop(OperationCallback callback) {
+  CallJs<OperationResult>(target_, "stop", NoArguments,
+                          OperationResultOf(CodeRule::kNumberElseFailure), std::move(callback),
+                          kChatRules);
+}
+
+void JSChatSession::Delete(OperationCallback callback) {
+  CallJs<OperationResult>(target_, "delete", NoArguments,
+                          OperationResultOf(CodeRule::kNumberElseFailure), std::move(callback),
+                          kChatRules);
+}
+
+void JSChatSession::SetObserver(WeakPtr<ChatSessionObserverItf> observer) {
+  bool given;
+  {
+    std::lock_guard<std::mutex> lock(observerMutex_);
+    observer_ = observer;
+    given = static_cast<bool>(observer_.lock());
+  }
+  target_->Post(std::make_unique<ObserverStep>(target_, std::move(observer), given));
+}
+
+}  // namespace ombrix_addon

@@ -1,0 +1,190 @@
+#include "chat_stream_wrap.h"
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "addon_state.h"
+#include "js_channel.h"
+#include "js_records.h"
+#include "native_tool_call.h"
+#include "tagged_wrap.h"
+
+namespace ombrix_addon {
+
+using namespace quelt::ombrix;
+
+namespace {
+
+constexpr napi_type_tag kStreamTag = MakeTypeTag("ChatResponseStream external");
+constexpr napi_type_tag kConfirmTag = MakeTypeTag("ConfirmCallback external");
+
+template <class Itf>
+Napi::Value MakeExternal(Napi::Env env, SharedPtr<Itf> target, const napi_type_tag& tag) {
+  auto external = Napi::External<SharedPtr<Itf>>::New(
+      env, new SharedPtr<Itf>(std::move(target)), [](Napi::Env, SharedPtr<Itf>* held) { delete held; });
+  external.TypeTag(&tag);
+  return external;
+}
+
+// The SDK object behind the receiver's external. A function detached from
+// its object (or pointed at a foreign external) is refused.
+template <class Itf>
+Itf& Held(const Napi::CallbackInfo& info, const char* key, const napi_type_tag& tag) {
+  if (info.This().IsObject()) {
+    Napi::Value value = info.This().As<Napi::Object>().Get(key);
+    if (value.IsExternal() && value.As<Napi::Object>().CheckTypeTag(&tag)) {
+      SharedPtr<Itf>* held = value.As<Napi::External<SharedPtr<Itf>>>().Data();
+      if (held && *held) return *held->get();
+    }
+  }
+  throw Napi::TypeError::New(info.Env(), "Illegal invocation");
+}
+
+ChatResponseStreamItf& Stream(const Napi::CallbackInfo& info) {
+  return Held<ChatResponseStreamItf>(info, "__stream_ptr__", kStreamTag);
+}
+
+Napi::Value OnChunk(const Napi::CallbackInfo& info) {
+  ChatResponseStreamItf& stream = Stream(info);
+  if (info.Length() > 0 && info[0].IsObject()) {
+    helper::ChatStreamChunk chunk(FromJs<helper::ChunkData>(info[0]));
+    stream.OnChunk(chunk.record());
+  }
+  return info.Env().Undefined();
+}
+
+Napi::Value OnToolCall(const Napi::CallbackInfo& info) {
+  ChatResponseStreamItf& stream = Stream(info);
+  if (info.Length() > 0 && info[0].IsObject()) {
+    Napi::Object call = info[0].As<Napi::Object>();
+    Napi::Function cancel;
+    if (call.Has("cancel")) {
+      Napi::Value value = call.Get("cancel");
+      if (value.IsFunction()) cancel = value.As<Napi::Function>();
+    }
+    stream.OnToolCall(SharedPtr<ToolCallItf>(
+        new NativeToolCall(info.Env(), FromJs<helper::ToolCallData>(call), cancel)));
+  }
+  return info.Env().Undefined();
+}
+
+Napi::Value OnTodos(const Napi::CallbackInfo& info) {
+  ChatResponseStreamItf& stream = Stream(info);
+  if (info.Length() > 0 && info[0].IsArray()) {
+    std::vector<helper::TodoData> todos = FromJs<std::vector<helper::TodoData>>(info[0]);
+    std::vector<Todo> records;
+    records.reserve(todos.size());
+    for (const helper::TodoData& todo : todos) records.push_back(View(todo));
+    stream.OnTodos(records.data(), static_cast<uint32_t>(records.size()));
+  }
+  return info.Env().Undefined();
+}
+
+Napi::Value OnUsage(const Napi::CallbackInfo& info) {
+  ChatResponseStreamItf& stream = Stream(info);
+  if (info.Length() > 0 && info[0].IsObject()) {
+    helper::UsageData usage = FromJs<helper::UsageData>(info[0]);
+    stream.OnUsage(View(usage));
+  }
+  return info.Env().Undefined();
+}
+
+Napi::Value OnEnd(const Napi::CallbackInfo& info) {
+  Stream(info).OnEnd();
+  return info.Env().Undefined();
+}
+
+// "reqConfirm"'s Promise is settled through its resolve function, held by
+// reference. Unlike a deferred, that reference can be let go when the SDK
+// drops a request unanswered: the Promise then stays pending as it must, but
+// it and everything awaiting it become collectable.
+class ConfirmAnswer final : public JsTask {
+ public:
+  // With no answer the task only lets go of the resolve function.
+  ConfirmAnswer(napi_ref resolve, std::unique_ptr<std::string> json)
+      : resolve_(resolve), json_(std::move(json)) {}
+  // Not run (the environment is ending): the environment frees the reference.
+  void Run(Napi::Env env, Napi::Function) override {
+    if (json_) {
+      Napi::Object answer = Napi::Object::New(env);
+      answer.Set("responseJson", *json_);
+      napi_value resolve = nullptr;
+      if (napi_get_reference_value(env, resolve_, &resolve) == napi_ok && resolve) {
+        Napi::Function(env, resolve).Call({answer});
+      }
+    }
+    napi_delete_reference(env, resolve_);
+  }
+
+ private:
+  napi_ref resolve_;
+  std::unique_ptr<std::string> json_;
+};
+
+class ConfirmResultCallback final : public CallbackItf<ConfirmResult> {
+ public:
+  ConfirmResultCallback(napi_ref resolve, std::shared_ptr<JsChannel> channel)
+      : resolve_(resolve), channel_(std::move(channel)) {}
+  ~ConfirmResultCallback() override {
+    napi_ref unanswered = resolve_.exchange(nullptr);
+    if (unanswered) channel_->Post(std::make_unique<ConfirmAnswer>(unanswered, nullptr));
+    channel_->Release();
+  }
+
+  void OnResult(ConfirmResult result) override {
+    napi_ref resolve = resolve_.exchange(nullptr);
+    if (!resolve) return;  // answered already
+    channel_->Post(std::make_unique<ConfirmAnswer>(
+        resolve, std::make_unique<std::string>(result.responseJson ? result.responseJson : "")));
+    channel_->Release();
+  }
+
+ private:
+  std::atomic<napi_ref> resolve_;
+  std::shared_ptr<JsChannel> channel_;
+};
+
+Napi::Value ReqConfirm(const Napi::CallbackInfo& info) {
+  ConfirmCallbackItf& requester = Held<ConfirmCallbackItf>(info, "__confirm_ptr__", kConfirmTag);
+  Napi::Env env = info.Env();
+  if (info.Length() < 3 || !info[0].IsNumber() || !info[1].IsString() || !info[2].IsString()) {
+    return env.Undefined();
+  }
+  auto actionType = static_cast<ConfirmActionType>(info[0].As<Napi::Number>().Int32Value());
+  std::string title = info[1].As<Napi::String>().Utf8Value();
+  std::string content = info[2].As<Napi::String>().Utf8Value();
+  napi_ref resolve = nullptr;
+  Napi::Function executor = Napi::Function::New(env, [&resolve](const Napi::CallbackInfo& call) {
+    NAPI_THROW_IF_FAILED_VOID(call.Env(), napi_create_reference(call.Env(), call[0], 1, &resolve));
+  });
+  Napi::Value promise = AddonState::Get(env).PromiseConstructor().New({executor});
+  SharedPtr<CallbackItf<ConfirmResult>> callback(
+      new ConfirmResultCallback(resolve, JsChannel::Create(env, "ConfirmCallback")));
+  requester.RequestConfirm(actionType, title.c_str(), content.c_str(), callback);
+  return promise;
+}
+
+}  // namespace
+
+Napi::Object MakeStreamObject(Napi::Env env, SharedPtr<ChatResponseStreamItf> stream) {
+  AddonState& state = AddonState::Get(env);
+  Napi::Object object = Napi::Object::New(env);
+  object.Set("__stream_ptr__", MakeExternal(env, std::move(stream), kStreamTag));
+  object.Set("onChunk", state.SharedFunction(env, "onChunk", OnChunk));
+  object.Set("onToolCall", state.SharedFunction(env, "onToolCall", OnToolCall));
+  object.Set("onTodos", state.SharedFunction(env, "onTodos", OnTodos));
+  object.Set("onUsage", state.SharedFunction(env, "onUsage", OnUsage));
+  object.Set("onEnd", state.SharedFunction(env, "onEnd", OnEnd));
+  return object;
+}
+
+Napi::Object MakeConfirmObject(Napi::Env env, SharedPtr<ConfirmCallbackItf> confirm) {
+  Napi::Object object = Napi::Object::New(env);
+  object.Set("__confirm_ptr__", MakeExternal(env, std::move(confirm), kConfirmTag));
+  object.Set("reqConfirm", AddonState::Get(env).SharedFunction(env, "reqConfirm", ReqConfirm));
+  return object;
+}
+
+}  // namespace ombrix_addon

@@ -1,0 +1,91 @@
+#include "js_call_bridge.h"
+
+namespace ombrix_addon {
+
+namespace {
+
+class QueuedCall final : public JsTask {
+ public:
+  explicit QueuedCall(std::shared_ptr<PendingJsCallBase> call) : call_(std::move(call)) {}
+  void Run(Napi::Env env, Napi::Function) override { call_->Run(env); }
+
+ private:
+  std::shared_ptr<PendingJsCallBase> call_;
+};
+
+}  // namespace
+
+std::string ReasonMessage(Napi::Value reason) {
+  if (reason.IsString()) return reason.As<Napi::String>().Utf8Value();
+  if (reason.IsObject()) {
+    Napi::Object object = reason.As<Napi::Object>();
+    if (object.Has("message")) {
+      Napi::Value message = object.Get("message");
+      if (message.IsString()) return message.As<Napi::String>().Utf8Value();
+    }
+  }
+  return "Unknown error";
+}
+
+void Enqueue(std::shared_ptr<PendingJsCallBase> call, JsTarget& target) {
+  target.Post(std::make_unique<QueuedCall>(std::move(call)));
+}
+
+void PendingJsCallBase::Run(Napi::Env env) {
+  Napi::Object object = target_->Object(env);
+  if (!object.Has(method_)) {
+    if (rules_.lenientMethod) return Succeed();
+    Warn(method_ + " method not found on JS object");
+    return Fail(method_ + " method not found");
+  }
+  Napi::Value member = object.Get(method_);
+  if (!member.IsFunction()) {
+    if (rules_.singleMethodCheck) {
+      Warn(method_ + " method not found on JS object");
+      return Fail(method_ + " method not found");
+    }
+    return Fail(method_ + " is not a function");
+  }
+
+  Napi::Value result;
+  try {
+    std::vector<napi_value> arguments = Arguments(env);
+    result = member.As<Napi::Function>().Call(object, arguments);
+  } catch (const Napi::Error& error) {
+    return Fail(ReasonMessage(error.Value()));
+  }
+  if (!result.IsPromise()) {
+    if (rules_.lenientMethod) return Succeed();
+    Warn(method_ + " did not return a Promise");
+    return Fail(method_ + " did not return a Promise");
+  }
+
+  // Both handlers share the call; whichever runs delivers, and the call is
+  // released when the last handler is.
+  std::shared_ptr<PendingJsCallBase> self = shared_from_this();
+  Napi::Function onFulfilled = Napi::Function::New(env, [self](const Napi::CallbackInfo& info) {
+    self->Fulfilled(info.Env(), info.Length() > 0 ? info[0] : info.Env().Undefined());
+  });
+  Napi::Function onRejected = Napi::Function::New(env, [self](const Napi::CallbackInfo& info) {
+    self->serviceRejected_ = true;
+    self->Fail(info.Length() > 0 ? ReasonMessage(info[0]) : "Unknown error");
+  });
+  // The promise "then" returns rejects too when the service rejects; that
+  // rejection is the one already answered, so only a failure of our own
+  // handler is passed on.
+  Napi::Function guard = Napi::Function::New(env, [self](const Napi::CallbackInfo& info) {
+    if (!self->serviceRejected_) {
+      throw Napi::Error(info.Env(), info.Length() > 0 ? info[0] : info.Env().Undefined());
+    }
+  });
+  Napi::Object promise = result.As<Napi::Object>();
+  Napi::Value derived = promise.Get("then").As<Napi::Function>().Call(promise, {onFulfilled});
+  promise.Get("catch").As<Napi::Function>().Call(promise, {onRejected});
+  if (derived.IsObject()) {
+    Napi::Object then = derived.As<Napi::Object>();
+    Napi::Value catchMethod = then.Get("catch");
+    if (catchMethod.IsFunction()) catchMethod.As<Napi::Function>().Call(then, {guard});
+  }
+}
+
+}  // namespace ombrix_addon

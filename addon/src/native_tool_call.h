@@ -1,0 +1,31 @@
+// A tool call the application streams to the SDK ("onToolCall"). The SDK may
+// cancel it from any thread; that calls the JavaScript tool call's "cancel"
+// on the JavaScript thread, if it had one.
+#pragma once
+
+#include <memory>
+
+#include <napi.h>
+
+#include "js_channel.h"
+#include "ombrix/chat_stream.h"
+#include "ombrix/helper.h"
+
+namespace ombrix_addon {
+
+class NativeToolCall final : public quelt::ombrix::ToolCallItf {
+ public:
+  // JavaScript thread. `cancel` may be empty.
+  NativeToolCall(Napi::Env env, quelt::ombrix::helper::ToolCallData data, Napi::Function cancel);
+  ~NativeToolCall() override;
+
+  quelt::ombrix::ToolCall GetToolCall() const override;
+  void Cancel() override;
+
+ private:
+  quelt::ombrix::helper::ToolCallData data_;
+  bool hasCancel_;
+  std::shared_ptr<JsChannel> cancel_;  // "ToolCallCancel", over the cancel function
+};
+
+}  // namespace ombrix_addon

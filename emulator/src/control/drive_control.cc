@@ -1,0 +1,53 @@
+// Control-surface entry points for driving the JavaScript-backed services.
+#include <thread>
+
+#include "drivers/chat_driver.h"
+#include "drivers/drive_log.h"
+#include "ombrix_emu/control.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+int AddDriveListener(std::function<void(uint64_t)> listener) {
+  return DriveLog::Shared().AddListener(std::move(listener));
+}
+
+void RemoveDriveListener(int token) { DriveLog::Shared().RemoveListener(token); }
+
+void AddJsThread() { DriveLog::Shared().AddJsThread(std::this_thread::get_id()); }
+
+void RemoveJsThread() { DriveLog::Shared().RemoveJsThread(std::this_thread::get_id()); }
+
+std::string Drive(const std::string& service, const std::string& op, const std::string& argsJson,
+                  int listener) {
+  Json args;
+  try {
+    args = argsJson.empty() ? Json::MakeObject({}) : Json::Parse(argsJson);
+  } catch (const std::exception& e) {
+    return Json::MakeObject({{"error", e.what()}}).Dump();
+  }
+  if (service == "chat") return chat::Drive(op, args, listener).Dump();
+  return Json::MakeObject({{"error", "unknown service " + service}}).Dump();
+}
+
+std::string DriveReport(uint64_t drive) { return DriveLog::Shared().Get(drive).Dump(); }
+
+std::string Inspect(const std::string& kind, uint64_t id) {
+  if (kind == "stream") return chat::StreamEvents(id).Dump();
+  if (kind == "confirm") return chat::ConfirmRequests(id).Dump();
+  if (kind == "observer") return chat::ObserverEvents(id).Dump();
+  return "null";
+}
+
+bool CancelToolCall(uint64_t stream, uint32_t index) { return chat::CancelToolCall(stream, index); }
+
+bool AnswerConfirm(uint64_t confirm, uint32_t request, const std::string& responseJson) {
+  return chat::AnswerConfirm(confirm, request, responseJson);
+}
+
+std::string ChatStorm(int threads, int calls) { return chat::Storm(threads, calls).Dump(); }
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

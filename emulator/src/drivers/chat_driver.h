@@ -1,0 +1,39 @@
+// Drives the application's chat services as the SDK would: every operation of
+// the chat session manager, its sessions, their streams and confirmations,
+// called from SDK threads, with what each callback received reported through
+// the DriveLog.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "support/json.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+namespace chat {
+
+// Runs `op` against the newest live client's chat session manager. Returns
+// { drive, … } for an asynchronous operation (its report follows through the
+// DriveLog), the report itself for a synchronous one, or { error }.
+Json Drive(const std::string& op, const Json& args, int listener);
+
+// What the SDK side of a stream, a confirmation requester or a session
+// observer has received; null for an unknown id.
+Json StreamEvents(uint64_t stream);
+Json ConfirmRequests(uint64_t confirm);
+Json ObserverEvents(uint64_t observer);
+
+bool CancelToolCall(uint64_t stream, uint32_t index);
+bool AnswerConfirm(uint64_t confirm, uint32_t request, const std::string& responseJson);
+
+// `threads` SDK threads each make `calls` setLanguageCode calls; returns when
+// every callback has run (or after a generous time-out) with
+// { issued, completed, duplicates, offJsThread, seconds }.
+Json Storm(int threads, int calls);
+
+}  // namespace chat
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

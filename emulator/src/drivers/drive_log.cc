@@ -1,0 +1,94 @@
+#include "drivers/drive_log.h"
+
+#include "runtime/log.h"
+#include "runtime/worker_thread.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+DriveLog& DriveLog::Shared() {
+  static DriveLog* log = new DriveLog;
+  return *log;
+}
+
+int DriveLog::AddListener(Listener listener) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  int token = nextListener_++;
+  listeners_[token] = std::move(listener);
+  return token;
+}
+
+void DriveLog::RemoveListener(int token) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  listeners_.erase(token);
+}
+
+void DriveLog::AddJsThread(std::thread::id thread) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  jsThreads_.insert(thread);
+}
+
+void DriveLog::RemoveJsThread(std::thread::id thread) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  auto found = jsThreads_.find(thread);
+  if (found != jsThreads_.end()) jsThreads_.erase(found);
+}
+
+std::set<std::thread::id> DriveLog::JsThreads() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return std::set<std::thread::id>(jsThreads_.begin(), jsThreads_.end());
+}
+
+uint64_t DriveLog::Begin(const std::string& op, int listener) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  uint64_t id = nextDrive_++;
+  drives_[id] = Drive{op, listener, 0, Json()};
+  return id;
+}
+
+void DriveLog::Report(uint64_t drive, Json received) {
+  // The listener is called under the lock, so that once RemoveListener has
+  // returned it is never called again. Listeners only queue, never wait.
+  std::lock_guard<std::mutex> lock(mutex_);
+  {
+    auto found = drives_.find(drive);
+    if (found == drives_.end()) return;
+    Drive& entry = found->second;
+    if (++entry.calls > 1) {
+      EMU_LOG(LogLevel::kError, "driver", "%s #%llu: callback invoked %d times", entry.op.c_str(),
+              static_cast<unsigned long long>(drive), entry.calls);
+      return;
+    }
+    received.Set("thread", CurrentThreadName());
+    received.Set("onJsThread", jsThreads_.count(std::this_thread::get_id()) > 0);
+    entry.report = std::move(received);
+    Notify(drive, entry);
+  }
+}
+
+void DriveLog::Dropped(uint64_t drive) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  auto found = drives_.find(drive);
+  if (found == drives_.end() || found->second.calls > 0) return;
+  found->second.report = Json::MakeObject({{"dropped", true}});
+  Notify(drive, found->second);
+}
+
+void DriveLog::Notify(uint64_t drive, const Drive& entry) {
+  auto listener = listeners_.find(entry.listener);
+  if (listener != listeners_.end()) listener->second(drive);
+}
+
+Json DriveLog::Get(uint64_t drive) const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  auto found = drives_.find(drive);
+  if (found == drives_.end() || found->second.report.IsNull()) return Json();
+  Json report = found->second.report;
+  report.Set("calls", found->second.calls);
+  return report;
+}
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

@@ -1,0 +1,87 @@
+// What each driven SDK callback received. A "drive" is one SDK call into a
+// JavaScript-backed service, made by the control surface; its callback's
+// arguments are decoded to JSON here, with the thread it ran on and how many
+// times it ran, and the control surface is told.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+
+#include "ombrix/callback.h"
+#include "support/json.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+class DriveLog {
+ public:
+  using Listener = std::function<void(uint64_t drive)>;
+
+  static DriveLog& Shared();
+
+  // A listener per control-surface environment; drives report to the one
+  // that started them.
+  int AddListener(Listener listener);
+  void RemoveListener(int token);
+  // Threads that run JavaScript, so reports can tell whether a callback did.
+  void AddJsThread(std::thread::id thread);
+  void RemoveJsThread(std::thread::id thread);
+  std::set<std::thread::id> JsThreads() const;
+
+  uint64_t Begin(const std::string& op, int listener);
+  // Called by the drive's callback, each time it runs.
+  void Report(uint64_t drive, Json received);
+  // Called when the drive's callback is destroyed without having run: the
+  // report becomes { dropped: true, calls: 0 }.
+  void Dropped(uint64_t drive);
+  // The first report, with "thread", "onJsThread" and the current "calls";
+  // null while the callback has neither run nor been dropped.
+  Json Get(uint64_t drive) const;
+
+ private:
+  struct Drive {
+    std::string op;
+    int listener = 0;
+    int calls = 0;
+    Json report;
+  };
+  void Notify(uint64_t drive, const Drive& entry);  // under mutex_
+
+  mutable std::mutex mutex_;
+  uint64_t nextDrive_ = 1;
+  int nextListener_ = 1;
+  std::map<uint64_t, Drive> drives_;
+  std::map<int, Listener> listeners_;
+  std::multiset<std::thread::id> jsThreads_;
+};
+
+// The callback a drive hands to the SDK operation.
+template <class Record>
+class DriveCallback final : public CallbackItf<const Record&> {
+ public:
+  DriveCallback(uint64_t drive, std::function<Json(const Record&)> describe)
+      : drive_(drive), describe_(std::move(describe)) {}
+  ~DriveCallback() override {
+    if (!called_.load()) DriveLog::Shared().Dropped(drive_);
+  }
+  void OnResult(const Record& record) override {
+    called_.store(true);
+    DriveLog::Shared().Report(drive_, describe_(record));
+  }
+
+ private:
+  std::atomic<bool> called_{false};
+  uint64_t drive_;
+  std::function<Json(const Record&)> describe_;
+};
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

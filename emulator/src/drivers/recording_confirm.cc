@@ -1,0 +1,64 @@
+#include "drivers/recording_confirm.h"
+
+#include <string>
+#include <vector>
+
+#include "ombrix/helper.h"
+#include "runtime/task_pool.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+void RecordingConfirm::RequestConfirm(ConfirmActionType actionType, const char* title,
+                                      const char* content,
+                                      SharedPtr<CallbackItf<ConfirmResult>> callback) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  uint32_t id = next_++;
+  requests_[id] = Request{
+      Json::MakeObject({{"request", id},
+                        {"actionType", static_cast<int32_t>(actionType)},
+                        {"title", helper::Copy(title)},
+                        {"content", helper::Copy(content)}}),
+      std::move(callback)};
+}
+
+Json RecordingConfirm::Requests() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  Json list = Json(Json::Array());
+  for (const auto& entry : requests_) {
+    Json request = entry.second.description;
+    request.Set("answered", !entry.second.callback);
+    list.Push(std::move(request));
+  }
+  return list;
+}
+
+bool RecordingConfirm::Answer(uint32_t request, const std::string& responseJson) {
+  SharedPtr<CallbackItf<ConfirmResult>> callback;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    auto found = requests_.find(request);
+    if (found == requests_.end() || !found->second.callback) return false;
+    callback = std::move(found->second.callback);
+  }
+  TaskPool::Shared().Post([callback, responseJson] {
+    callback->OnResult(ConfirmResult{responseJson.c_str()});
+  });
+  return true;
+}
+
+size_t RecordingConfirm::Abandon() {
+  std::vector<SharedPtr<CallbackItf<ConfirmResult>>> abandoned;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    for (auto& entry : requests_) {
+      if (entry.second.callback) abandoned.push_back(std::move(entry.second.callback));
+    }
+  }
+  return abandoned.size();  // released here, outside the lock
+}
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

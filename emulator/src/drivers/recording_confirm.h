@@ -1,0 +1,41 @@
+// The SDK's confirmation requester: it records each request the application
+// makes and holds its callback until the test answers it (or never does).
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+
+#include "ombrix/chat_stream.h"
+#include "support/json.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+class RecordingConfirm final : public ConfirmCallbackItf {
+ public:
+  void RequestConfirm(ConfirmActionType actionType, const char* title, const char* content,
+                      SharedPtr<CallbackItf<ConfirmResult>> callback) override;
+
+  // [{ request, actionType, title, content, answered }]
+  Json Requests() const;
+  // Answers from an SDK thread; false when there is no such unanswered request.
+  bool Answer(uint32_t request, const std::string& responseJson);
+  // The SDK gives up on every unanswered request: their callbacks are
+  // released without a result. Returns how many there were.
+  size_t Abandon();
+
+ private:
+  struct Request {
+    Json description;
+    SharedPtr<CallbackItf<ConfirmResult>> callback;
+  };
+  mutable std::mutex mutex_;
+  std::map<uint32_t, Request> requests_;
+  uint32_t next_ = 0;
+};
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

@@ -1,0 +1,64 @@
+#include "drivers/recording_stream.h"
+
+#include "ombrix/helper.h"
+#include "runtime/worker_thread.h"
+#include "support/record_json.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+void RecordingStream::Record(Json event) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  events_.Push(std::move(event));
+}
+
+void RecordingStream::OnChunk(const ChatStreamChunk& chunk) {
+  Json event = Json::MakeObject({{"event", "chunk"}});
+  const Json fields = ToJson(helper::Copy(chunk));
+  for (const auto& member : fields.AsObject()) event.Set(member.first, member.second);
+  // The SDK sees an empty attachment list as null: record which it got.
+  event.Set("attachmentsNull", !chunk.attachments);
+  Record(std::move(event));
+}
+
+void RecordingStream::OnToolCall(SharedPtr<ToolCallItf> toolCall) {
+  Json event = Json::MakeObject({{"event", "toolCall"}});
+  if (toolCall) event.Set("call", ToJson(helper::Copy(toolCall->GetToolCall())));
+  std::lock_guard<std::mutex> lock(mutex_);
+  event.Set("index", static_cast<uint32_t>(toolCalls_.size()));
+  toolCalls_.push_back(std::move(toolCall));
+  events_.Push(std::move(event));
+}
+
+void RecordingStream::OnTodos(const Todo* todos, uint32_t count) {
+  std::vector<helper::TodoData> copies;
+  for (uint32_t i = 0; todos && i < count; ++i) copies.push_back(helper::Copy(todos[i]));
+  Record(Json::MakeObject({{"event", "todos"}, {"count", count}, {"todos", ToJson(copies)}}));
+}
+
+void RecordingStream::OnUsage(const Usage& usage) {
+  Record(Json::MakeObject({{"event", "usage"}, {"usage", ToJson(helper::Copy(usage))}}));
+}
+
+void RecordingStream::OnEnd() { Record(Json::MakeObject({{"event", "end"}})); }
+
+Json RecordingStream::Events() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return events_;
+}
+
+bool RecordingStream::CancelToolCall(uint32_t index) {
+  SharedPtr<ToolCallItf> call;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (index >= toolCalls_.size() || !toolCalls_[index]) return false;
+    call = toolCalls_[index];
+  }
+  call->Cancel();
+  return true;
+}
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

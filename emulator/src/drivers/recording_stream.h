@@ -1,0 +1,38 @@
+// The SDK's side of a chat answer: a response stream that records, in order,
+// every chunk, tool call, todo list, usage record and end it is given.
+#pragma once
+
+#include <mutex>
+#include <vector>
+
+#include "ombrix/chat_stream.h"
+#include "support/json.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+class RecordingStream final : public ChatResponseStreamItf {
+ public:
+  void OnChunk(const ChatStreamChunk& chunk) override;
+  void OnToolCall(SharedPtr<ToolCallItf> toolCall) override;
+  void OnTodos(const Todo* todos, uint32_t count) override;
+  void OnUsage(const Usage& usage) override;
+  void OnEnd() override;
+
+  // [{ event: "chunk" | "toolCall" | "todos" | "usage" | "end", … }]
+  Json Events() const;
+  // Cancels the index-th tool call received (false when there is none).
+  bool CancelToolCall(uint32_t index);
+
+ private:
+  void Record(Json event);
+
+  mutable std::mutex mutex_;
+  Json events_ = Json(Json::Array());
+  std::vector<SharedPtr<ToolCallItf>> toolCalls_;
+};
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt
