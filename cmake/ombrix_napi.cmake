@@ -10,8 +10,12 @@ add_library(ombrix_napi INTERFACE)
 target_include_directories(ombrix_napi SYSTEM INTERFACE
   "${OMBRIX_NODE_MODULES}/node-api-headers/include"
   "${OMBRIX_NODE_MODULES}/node-addon-api")
+# A JS exception raised while a worker is being terminated cannot be thrown;
+# without SWALLOW, node-addon-api turns that into a C++ exception escaping a
+# thread-safe function's call-back, which ends the whole process.
 target_compile_definitions(ombrix_napi INTERFACE
-  NAPI_VERSION=8 NAPI_CPP_EXCEPTIONS NODE_ADDON_API_DISABLE_DEPRECATED BUILDING_NODE_EXTENSION)
+  NAPI_VERSION=8 NAPI_CPP_EXCEPTIONS NODE_API_SWALLOW_UNTHROWABLE_EXCEPTIONS
+  NODE_ADDON_API_DISABLE_DEPRECATED BUILDING_NODE_EXTENSION)
 if(APPLE)
   target_link_options(ombrix_napi INTERFACE -undefined dynamic_lookup)
 endif()
