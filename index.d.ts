@@ -934,7 +934,12 @@ export interface GetInfoResult extends SuccessByDefaultResult {
   info?: ChatSessionInfo;
 }
 
-/** The application's chat session manager (second argument of createOmbrixClient). */
+/**
+ * The application's chat session manager (second argument of createOmbrixClient).
+ * Every request method returns a Promise: a missing method, a non-function or another return value reaches the SDK
+ * as ERROR_OPERATION_FAILED with "<method> method not found", "<method> is not a function" or
+ * "<method> did not return a Promise"; a rejection as ERROR_OPERATION_FAILED with its message or "Unknown error".
+ */
 export interface ChatSessionManager {
   /** Sets the language of the chat. */
   setLanguageCode(language: LanguageCode): Promise<OperationResult>;
@@ -944,7 +949,7 @@ export interface ChatSessionManager {
   getSessions(): Promise<GetSessionsResult>;
 }
 
-/** One of the application's chat sessions. */
+/** One of the application's chat sessions; its requests are answered like ChatSessionManager's. */
 export interface ChatSession {
   /** Read when the session is handed to the SDK: its cached info until getInfo succeeds. */
   sessionInfo?: ChatSessionInfo;
@@ -1010,7 +1015,10 @@ export interface NotificationObserver {
   onNotificationRemoved(id: string): void;
 }
 
-/** The application's notification service (third argument of createOmbrixClient). */
+/**
+ * The application's notification service (third argument of createOmbrixClient).
+ * A missing or non-function request method reaches the SDK as ERROR_OPERATION_FAILED with "<method> method not found".
+ */
 export interface NotificationService {
   /** Receives a new observer object each time the SDK installs one. */
   setObserver?(observer: NotificationObserver): void;
@@ -1082,7 +1090,10 @@ export interface AuditSessionObserver {
   onError(message?: string): void;
 }
 
-/** The application's audit session manager (argument of OmbrixClient.setAuditManager). */
+/**
+ * The application's audit session manager (argument of OmbrixClient.setAuditManager).
+ * A missing or non-function request method reaches the SDK as ERROR_OPERATION_FAILED with "<method> method not found".
+ */
 export interface AuditSessionManager {
   /** Creates an audit session. */
   createSession(): Promise<CreateAuditSessionResult>;
@@ -1090,7 +1101,7 @@ export interface AuditSessionManager {
   getSessions(): Promise<GetAuditSessionsResult>;
 }
 
-/** One of the application's audit sessions. */
+/** One of the application's audit sessions; its requests are answered like AuditSessionManager's. */
 export interface AuditSession {
   /** Read when the session is handed to the SDK: its cached info until getInfo succeeds. */
   sessionInfo?: AuditSessionInfo;
