@@ -135,8 +135,9 @@ const NATIVE_CLASSES = {
   RemoteControlTool: fromClient('createRemoteControlTool'),
   RemoteFileTool: fromClient('createRemoteFileTool'),
   RemoteShellTool: fromClient('createRemoteShellTool'),
-  ToolService: () => new Promise((resolve) => {
-    client.setObserver({ onNewToolService: resolve });
+  ToolService: () => new Promise((resolve, reject) => {
+    const timer = setTimeout(() => reject(new Error('no tool service announced within 10 s')), 10000);
+    client.setObserver({ onNewToolService: (service) => { clearTimeout(timer); resolve(service); } });
     require('../emulator/js').announceToolService();
   }),
 };
