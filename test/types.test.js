@@ -1,0 +1,246 @@
+'use strict';
+// index.d.ts against the compiler, the loaded module and docs/api.
+const test = require('node:test');
+const assert = require('node:assert/strict');
+const { spawnSync } = require('child_process');
+const fs = require('fs');
+const path = require('path');
+
+const { root, collectAfterAll, clientIn } = require('./helpers');
+
+let ts = null;
+try {
+  ts = require('typescript');
+} catch (error) {
+  if (error.code !== 'MODULE_NOT_FOUND') throw error;
+}
+const skip = ts ? false : 'typescript is not installed (it is a devDependency: run npm install)';
+
+const declarationFile = path.join(root, 'index.d.ts');
+const usageDir = path.join(root, 'test', 'types');
+
+test('typed usage compiles and every deliberate misuse is a compile error', { skip }, () => {
+  const usageFiles = fs.readdirSync(usageDir).filter((f) => f.endsWith('.ts')).map((f) => path.join(usageDir, f));
+  assert.ok(usageFiles.length > 0, 'no usage files in test/types');
+  for (const file of usageFiles) {
+    assert.match(fs.readFileSync(file, 'utf8'), /@ts-expect-error/, `${file} checks no misuse`);
+  }
+  const config = ts.readConfigFile(path.join(usageDir, 'tsconfig.json'), ts.sys.readFile);
+  assert.equal(config.config.compilerOptions.strict, true, 'the usage files are compiled in strict mode');
+
+  const tsc = path.join(path.dirname(require.resolve('typescript/package.json')), 'bin', 'tsc');
+  const run = spawnSync(process.execPath,
+    [tsc, '--noEmit', '--listFiles', '--pretty', 'false', '-p', path.join('test', 'types', 'tsconfig.json')],
+    { cwd: root, encoding: 'utf8' });
+  const output = `${run.stdout}${run.stderr}`;
+  assert.equal(run.status, 0, `tsc failed:\n${output}`);
+  // A tsconfig that matched nothing would pass as well: the files must have been compiled.
+  const compiled = new Set(run.stdout.split('\n').filter(Boolean).map((f) => fs.realpathSync(f.trim())));
+  for (const file of [declarationFile, ...usageFiles]) {
+    assert.ok(compiled.has(fs.realpathSync(file)), `${path.relative(root, file)} was not compiled`);
+  }
+});
+
+// The declarations as the compiler reads them: exports with their kinds,
+// and the members and error texts of every declared class or interface.
+function readDeclarations() {
+  const program = ts.createProgram([declarationFile], { strict: true, noEmit: true });
+  const checker = program.getTypeChecker();
+  const moduleSymbol = checker.getSymbolAtLocation(program.getSourceFile(declarationFile));
+  const values = new Map();
+  const types = new Map();
+  for (const symbol of checker.getExportsOfModule(moduleSymbol)) {
+    const name = symbol.getName();
+    const flags = symbol.getFlags();
+    if (flags & (ts.SymbolFlags.Class | ts.SymbolFlags.Interface)) types.set(name, membersOf(checker, symbol));
+    if (flags & ts.SymbolFlags.Class) {
+      values.set(name, { kind: 'class' });
+    } else if (flags & ts.SymbolFlags.Function) {
+      values.set(name, { kind: 'function', errors: errorTexts(symbol.getDeclarations()[0]) });
+    } else if (flags & ts.SymbolFlags.Variable) {
+      const members = checker.getTypeOfSymbol(symbol).getProperties()
+        .map((p) => [p.getName(), checker.getTypeOfSymbol(p)]);
+      const enumeration = members.length > 0 && members.every(([, type]) => type.isNumberLiteral());
+      values.set(name, enumeration
+        ? { kind: 'enumeration', members: members.map(([key, type]) => [key, type.value]) }
+        : { kind: 'value' });
+    }
+    // Interfaces and type aliases alone have no runtime counterpart.
+  }
+  return { values, types };
+}
+
+function membersOf(checker, symbol) {
+  const members = new Map();
+  for (const member of checker.getDeclaredTypeOfSymbol(symbol).getProperties()) {
+    const flags = member.getFlags();
+    let kind = 'property';
+    if (flags & ts.SymbolFlags.Method) kind = 'method';
+    else if (flags & ts.SymbolFlags.GetAccessor) kind = 'accessor';
+    members.set(member.getName(), { kind, errors: errorTexts(member.getDeclarations()[0]) });
+  }
+  return members;
+}
+
+// Quoted texts of the @throws and @rejects tags.
+function errorTexts(declaration) {
+  return ts.getJSDocTags(declaration)
+    .filter((tag) => ['throws', 'rejects'].includes(tag.tagName.text))
+    .flatMap((tag) => [...(ts.getTextOfJSDocComment(tag.comment) || '').matchAll(/"([^"]*)"/g)].map((m) => m[1]));
+}
+
+function runtimeKind(value) {
+  if (typeof value === 'function') {
+    const prototypeMembers = Object.getOwnPropertyNames(value.prototype || {}).filter((n) => n !== 'constructor');
+    return prototypeMembers.length > 0 ? 'class' : 'function';
+  }
+  if (value !== null && typeof value === 'object' && Object.values(value).every((v) => typeof v === 'number')) {
+    return 'enumeration';
+  }
+  return typeof value;
+}
+
+function runtimeMembers(prototype) {
+  const members = new Map();
+  for (const name of Object.getOwnPropertyNames(prototype)) {
+    if (name === 'constructor') continue;
+    const descriptor = Object.getOwnPropertyDescriptor(prototype, name);
+    members.set(name, descriptor.get ? 'accessor' : typeof descriptor.value === 'function' ? 'method' : 'property');
+  }
+  return members;
+}
+
+// Native classes and how the running module hands out an instance of each.
+// Instances come from a client of the substitute SDK in scripted mode.
+let client = null;
+collectAfterAll(test, () => { client = null; });
+
+function fromClient(factory) {
+  return async () => {
+    if (typeof client[factory] !== 'function') throw new Error(`OmbrixClient.${factory} is not a function`);
+    try {
+      return await client[factory]();
+    } catch (reason) {
+      throw new Error(`${factory}() failed: ${reason instanceof Error ? reason.message : String(reason)}`);
+    }
+  };
+}
+
+const NATIVE_CLASSES = {
+  ShmRegion: async () => new (require('..').ShmRegion)(),
+  GuiTool: async () => require('..').createGuiTool(),
+  OmbrixClient: async () => client,
+  AccountTool: fromClient('createAccountTool'),
+  RemoteFileTransferTool: fromClient('createRemoteFileTransferTool'),
+  RemoteControlTool: fromClient('createRemoteControlTool'),
+  RemoteFileTool: fromClient('createRemoteFileTool'),
+  RemoteShellTool: fromClient('createRemoteShellTool'),
+  ToolService: () => new Promise((resolve, reject) => {
+    const timer = setTimeout(() => reject(new Error('no tool service announced within 10 s')), 10000);
+    client.setObserver({ onNewToolService: (service) => { clearTimeout(timer); resolve(service); } });
+    require('../emulator/js').announceToolService();
+  }),
+};
+
+test('the module exports what index.d.ts declares, and its classes have the declared members', { skip },
+  async () => {
+    const ombrix = require('..');
+    const { values, types } = readDeclarations();
+    const differences = [];
+
+    for (const [name, declared] of values) {
+      if (!(name in ombrix)) {
+        differences.push(`${name}: declared ${declared.kind}, missing at runtime`);
+        continue;
+      }
+      const kind = runtimeKind(ombrix[name]);
+      if (kind !== declared.kind) {
+        differences.push(`${name}: declared ${declared.kind}, runtime ${kind}`);
+      } else if (kind === 'enumeration') {
+        const actual = JSON.stringify(Object.entries(ombrix[name]));
+        const expected = JSON.stringify(declared.members);
+        if (actual !== expected) differences.push(`${name}: declared members ${expected}, runtime ${actual}`);
+      }
+    }
+    for (const name of Object.keys(ombrix)) {
+      if (!values.has(name)) differences.push(`${name}: exported at runtime (${runtimeKind(ombrix[name])}), not declared`);
+    }
+
+    client = clientIn('scripted', 'types');
+    for (const [name, obtain] of Object.entries(NATIVE_CLASSES)) {
+      const declared = types.get(name);
+      if (!declared) {
+        differences.push(`${name}: not declared`);
+        continue;
+      }
+      let instance;
+      try {
+        instance = await obtain();
+      } catch (error) {
+        differences.push(`${name}: declared, no instance at runtime (${error.message})`);
+        continue;
+      }
+      if (instance.constructor.name !== name) {
+        differences.push(`${name}: the runtime instance is a ${instance.constructor.name}`);
+      }
+      const actual = runtimeMembers(Object.getPrototypeOf(instance));
+      for (const [member, { kind }] of declared) {
+        if (!actual.has(member)) differences.push(`${name}.${member}: declared ${kind}, missing at runtime`);
+        else if (actual.get(member) !== kind) {
+          differences.push(`${name}.${member}: declared ${kind}, runtime ${actual.get(member)}`);
+        }
+      }
+      for (const member of actual.keys()) {
+        if (!declared.has(member)) differences.push(`${name}.${member}: at runtime, not declared`);
+      }
+    }
+
+    assert.deepEqual(differences, [], `declarations and module differ:\n  ${differences.join('\n  ')}`);
+  });
+
+const SERVICE_INTERFACES = [
+  'ChatSessionManager', 'ChatSession', 'ChatResponseStream', 'ChatConfirm', 'ChatSessionObserver',
+  'NotificationService', 'NotificationObserver', 'AuditSessionManager', 'AuditSession', 'AuditSessionObserver',
+  'FernwickManager',
+];
+
+function guideOf(className) {
+  return path.join(root, 'docs', 'api', `${className.replace(/([a-z0-9])([A-Z])/g, '$1-$2').toLowerCase()}.md`);
+}
+
+test('docs/api describes every declared method with its exact error texts', { skip }, () => {
+  const { values, types } = readDeclarations();
+  const missing = [];
+  const read = (file) => (fs.existsSync(file) ? fs.readFileSync(file, 'utf8') : null);
+  const check = (file, label, errors) => {
+    const text = read(file);
+    const where = path.relative(root, file);
+    if (text === null) return missing.push(`${where}: missing (for ${label})`);
+    const name = label.split('.').pop();
+    if (!text.includes(`${name}(`) && !text.includes(`\`${name}\``)) missing.push(`${where}: no ${label}`);
+    for (const error of errors) {
+      if (!text.includes(`"${error}"`)) missing.push(`${where}: ${label} lacks "${error}"`);
+    }
+  };
+
+  for (const [name, declared] of values) {
+    if (declared.kind === 'function') check(path.join(root, 'docs', 'api', 'module.md'), name, declared.errors);
+    if (declared.kind === 'enumeration') check(path.join(root, 'docs', 'api', 'module.md'), name, []);
+  }
+  for (const className of Object.keys(NATIVE_CLASSES)) {
+    for (const [member, { errors }] of types.get(className) || []) {
+      check(guideOf(className), `${className}.${member}`, errors);
+    }
+  }
+  for (const name of SERVICE_INTERFACES) {
+    assert.ok(types.has(name), `${name} is not declared`);
+    for (const [member, { errors }] of types.get(name)) {
+      check(path.join(root, 'docs', 'api', 'services.md'), `${name}.${member}`, errors);
+    }
+  }
+  const index = read(path.join(root, 'docs', 'api', 'README.md')) || '';
+  for (const file of fs.readdirSync(path.join(root, 'docs', 'api'))) {
+    if (file !== 'README.md' && !index.includes(`(${file})`)) missing.push(`docs/api/README.md: no link to ${file}`);
+  }
+  assert.deepEqual(missing, [], `docs/api is incomplete:\n  ${missing.join('\n  ')}`);
+});
