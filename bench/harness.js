@@ -58,8 +58,9 @@ async function inFlight(op, n, limit) {
 }
 
 function printTable(rows) {
-  const header = ['benchmark', 'subject ops/s', 'baseline', 'baseline ops/s', 'ratio', 'spread'];
-  const lines = rows.map((r) => [r.name, r.subject.toFixed(0), r.baselineName, r.baseline.toFixed(0),
+  const header = ['benchmark', 'subject', 'baseline', 'baseline figure', 'ratio', 'spread'];
+  const figure = (value, unit) => (unit === 'ms' || unit === 'µs' ? value.toFixed(1) : value.toFixed(0));
+  const lines = rows.map((r) => [r.name, figure(r.subject, r.unit), r.baselineName, figure(r.baseline, r.unit),
     `${r.ratio.toFixed(2)}x`, `±${(r.spread * 50).toFixed(0)}%`]);
   const widths = header.map((h, i) => Math.max(h.length, ...lines.map((l) => l[i].length)));
   const format = (cells) => cells.map((c, i) => c.padEnd(widths[i])).join('  ');

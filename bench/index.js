@@ -6,7 +6,8 @@ const os = require('os');
 const path = require('path');
 const { printTable } = require('./harness');
 
-const suites = [require('./promise-roundtrip'), require('./js-services')];
+const suites = [require('./promise-roundtrip'), require('./js-services'), require('./memory'),
+  require('./loopback-tools'), require('./module-load')];
 
 async function main() {
   const rows = [];

@@ -32,6 +32,7 @@ function sanitizerEnv() {
   const lib = execFileSync(compiler, [`-print-file-name=${runtime}`], { encoding: 'utf8' }).trim();
   env.LD_PRELOAD = lib;
   const suppressions = path.join(root, 'scripts', 'sanitizers');
+  env.NODE_OPTIONS = `${env.NODE_OPTIONS || ''} --require ${path.join(suppressions, 'strip-preload.js')}`.trim();
   if (variant === 'asan') {
     // node itself is not built for leak checking; its own allocations would
     // drown ours. Native leaks are caught by the native suites and the

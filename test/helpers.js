@@ -14,13 +14,19 @@ async function waitFor(predicate, { timeoutMs = 10000, what = 'condition' } = {}
   }
 }
 
+/** The environment for a child node process: a sanitizer run's runtime goes back in. */
+function nodeEnv() {
+  const runtime = process.env.OMBRIX_SANITIZER_RUNTIME;
+  return runtime ? { ...process.env, LD_PRELOAD: runtime } : process.env;
+}
+
 /**
  * Runs `source` in a fresh node process (cwd: project root) and resolves with
  * { code, signal, stdout, stderr }. Kills it after `timeoutMs`.
  */
 function runNode(source, { timeoutMs = 30000, args = [] } = {}) {
   return new Promise((resolve) => {
-    const child = spawn(process.execPath, [...args, '-e', source], { cwd: root, env: process.env });
+    const child = spawn(process.execPath, [...args, '-e', source], { cwd: root, env: nodeEnv() });
     let stdout = '';
     let stderr = '';
     child.stdout.on('data', (d) => { stdout += d; });
@@ -33,7 +39,7 @@ function runNode(source, { timeoutMs = 30000, args = [] } = {}) {
   });
 }
 
-module.exports = { root, waitFor, runNode };
+module.exports = { root, waitFor, runNode, nodeEnv };
 
 /** Lets queued thread-safe-function deliveries run. */
 function settle(ms = 20) {

@@ -5,7 +5,7 @@ const { execFileSync, spawn } = require('child_process');
 const fs = require('fs');
 
 const { ShmRegion } = require('..');
-const { root, runNode } = require('./helpers');
+const { root, runNode, nodeEnv } = require('./helpers');
 
 // On Linux /dev/shm/X is the POSIX shared-memory object "/X": the tests play
 // the process that creates the sections.
@@ -60,7 +60,7 @@ async function holder(t, section, marker = 0) {
       r.unlock();
       process.stdout.write('released\\n');
       process.stdin.destroy();
-    }, 100));`], { cwd: root, stdio: ['pipe', 'pipe', 'inherit'] });
+    }, 100));`], { cwd: root, env: nodeEnv(), stdio: ['pipe', 'pipe', 'inherit'] });
   t.after(() => child.kill('SIGKILL'));
   const lines = [];
   child.stdout.setEncoding('utf8').on('data', (d) => lines.push(...d.split('\n').filter(Boolean)));

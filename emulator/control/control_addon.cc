@@ -9,6 +9,10 @@
 
 #include "ombrix_emu/control.h"
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 namespace {
 
 namespace emu = quelt::ombrix::emu;
@@ -161,6 +165,17 @@ Napi::Value DisconnectToolService(const Napi::CallbackInfo& info) {
   return info.Env().Undefined();
 }
 
+// Bytes the process holds from malloc (module, SDK, node's own native side);
+// -1 where the C library cannot tell.
+Napi::Value MallocBytes(const Napi::CallbackInfo& info) {
+#if defined(__GLIBC__) && (__GLIBC__ > 2 || __GLIBC_MINOR__ >= 33)
+  struct mallinfo2 info2 = mallinfo2();
+  return Napi::Number::New(info.Env(), static_cast<double>(info2.uordblks + info2.hblkhd));
+#else
+  return Napi::Number::New(info.Env(), -1);
+#endif
+}
+
 Napi::Value LiveClients(const Napi::CallbackInfo& info) {
   return Napi::Number::New(info.Env(), emu::LiveClients());
 }
@@ -272,6 +287,7 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   exports.Set("disconnectToolService",
               Napi::Function::New(env, DisconnectToolService, "disconnectToolService"));
   exports.Set("liveClients", Napi::Function::New(env, LiveClients, "liveClients"));
+  exports.Set("mallocBytes", Napi::Function::New(env, MallocBytes, "mallocBytes"));
   exports.Set("onDriveReport", Napi::Function::New(env, OnDriveReport, "onDriveReport"));
   exports.Set("holdEvents", Napi::Function::New(env, HoldEvents, "holdEvents"));
   exports.Set("drive", Napi::Function::New(env, Drive, "drive"));

@@ -59,6 +59,8 @@ const emulator = {
   sentryCounts: native.sentryCounts,
   /** Objects currently owned through the SDK's SharedPtr, by contract type. */
   liveObjects: native.liveObjects,
+  /** Bytes held from malloc by the whole process (-1 where unknown): for memory benchmarks. */
+  mallocBytes: native.mallocBytes,
   /** The next ThreadItf::Create returns empty. */
   injectThreadCreateFailure: native.injectThreadCreateFailure,
   /**
