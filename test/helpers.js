@@ -64,7 +64,9 @@ module.exports.rejection = rejection;
 function collectAfterAll(test, drop = () => {}) {
   test.after(async () => {
     drop();
-    require('../emulator/js').chat.releaseAll();  // the SDK's hold on JS-backed sessions
+    const emu = require('../emulator/js');
+    // The SDK's hold on JS-backed sessions, observers and managers.
+    for (const service of [emu.chat, emu.notification, emu.audit, emu.workspace]) service.releaseAll();
     for (let i = 0; i < 4; ++i) {
       global.gc();
       await settle(10);
