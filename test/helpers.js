@@ -70,7 +70,9 @@ module.exports.rejection = rejection;
 function collectAfterAll(test, drop = () => {}) {
   test.after(async () => {
     drop();
-    require('../emulator/js').chat.releaseAll();  // the SDK's hold on JS-backed sessions
+    const emu = require('../emulator/js');
+    // The SDK's hold on JS-backed sessions, observers and managers.
+    for (const service of [emu.chat, emu.notification, emu.audit, emu.workspace]) service.releaseAll();
     for (let i = 0; i < 4; ++i) {
       global.gc();
       await settle(10);
@@ -102,5 +104,27 @@ function scratchDir(test) {
   return dir;
 }
 
+/**
+ * Runs `source` in a fresh process; `source` sets `globalThis.started` to a
+ * drive's Promise. Resolves with the lines printed: the name and message of
+ * each unhandled rejection, then the drive's report as JSON, or "pending" if
+ * it has none 200 ms after `started` was set.
+ */
+async function unansweredDrive(source) {
+  const { code, stdout, stderr } = await runNode(`
+    process.on('unhandledRejection', (reason) => console.log(reason.name, reason.message));
+    Object.defineProperty(globalThis, 'started', { set(promise) {
+      setTimeout(() => Promise.race([promise, 'pending']).then((r) => {
+        console.log(JSON.stringify(r));
+        process.exit(0);
+      }), 200);
+    } });
+    ${source}
+  `);
+  if (code !== 0) throw new Error(`exit ${code}: ${stderr}`);
+  return stdout.trim().split('\n');
+}
+
 module.exports.clientIn = clientIn;
+module.exports.unansweredDrive = unansweredDrive;
 module.exports.scratchDir = scratchDir;

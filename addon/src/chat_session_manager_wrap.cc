@@ -11,8 +11,14 @@ namespace ombrix_addon {
 using namespace quelt::ombrix;
 
 namespace {
+
 const BridgeRules kChatRules{};
+
+ChatSessionItf* MakeSession(Napi::Env env, Napi::Value session) {
+  return new JSChatSession(env, session);
 }
+
+}  // namespace
 
 JSChatSessionManager::JSChatSessionManager(Napi::Env env, Napi::Object manager)
     : target_(std::make_shared<JsTarget>(env, manager, "JSChatSessionManager")) {}
@@ -38,12 +44,7 @@ void JSChatSessionManager::CreateSession(ChatMode mode,
           "CreateSessionResult",
           [](Napi::Env env, Napi::Object result) {
             auto outcome = ReadOutcome<CreateSessionResult>(result, CodeRule::kNumberElseFailure);
-            if (result.Has("session")) {
-              Napi::Value session = result.Get("session");
-              if (session.IsObject()) {
-                outcome.extras.session = SharedPtr<ChatSessionItf>(new JSChatSession(env, session));
-              }
-            }
+            outcome.extras.session = AdapterAt<ChatSessionItf>(env, result, "session", MakeSession);
             return outcome;
           }),
       std::move(callback), kChatRules);
@@ -56,16 +57,7 @@ void JSChatSessionManager::GetSessions(SharedPtr<CallbackItf<const GetSessionsRe
           "GetSessionsResult",
           [](Napi::Env env, Napi::Object result) {
             auto outcome = ReadOutcome<GetSessionsResult>(result, CodeRule::kNumberElseFailure);
-            std::vector<SharedPtr<ChatSessionItf>> sessions;
-            if (result.Has("sessions") && result.Get("sessions").IsArray()) {
-              Napi::Array array = result.Get("sessions").As<Napi::Array>();
-              for (uint32_t i = 0; i < array.Length(); ++i) {
-                Napi::Value session = array.Get(i);
-                if (session.IsObject()) {
-                  sessions.emplace_back(new JSChatSession(env, session));
-                }
-              }
-            }
+            auto sessions = AdaptersAt<ChatSessionItf>(env, result, "sessions", MakeSession);
             outcome.extras.sessions =
                 SharedPtr<ChatSessionListItf>(new helper::ChatSessionList(std::move(sessions)));
             return outcome;

@@ -6,6 +6,7 @@
 
 #include "chat_stream_wrap.h"
 #include "js_convert.h"
+#include "js_observer_step.h"
 #include "js_outcome.h"
 #include "js_records.h"
 #include "ombrix/helper.h"
@@ -19,47 +20,6 @@ namespace {
 const BridgeRules kChatRules{};
 
 using helper::Copy;
-
-std::vector<napi_value> NoArguments(Napi::Env) { return {}; }
-
-// The observer object the application's "setObserver" receives.
-class ObserverStep final : public JsTask {
- public:
-  ObserverStep(std::shared_ptr<JsTarget> target, WeakPtr<ChatSessionObserverItf> observer,
-               bool given)
-      : target_(std::move(target)), observer_(std::move(observer)), given_(given) {}
-
-  void Run(Napi::Env env, Napi::Function) override {
-    Napi::Object session = target_->Object(env);
-    if (!session.Has("setObserver")) return;
-    Napi::Value setObserver = session.Get("setObserver");
-    if (!setObserver.IsFunction()) return;
-    Napi::Value argument = env.Null();
-    if (given_) {
-      Napi::Object observer = Napi::Object::New(env);
-      WeakPtr<ChatSessionObserverItf> bound = observer_;
-      observer.Set("onSessionInfoChanged",
-                   Napi::Function::New(
-                       env,
-                       [bound](const Napi::CallbackInfo& info) {
-                         SharedPtr<ChatSessionObserverItf> target = bound.lock();
-                         if (!target || info.Length() < 1 || !info[0].IsObject()) return;
-                         // History is deliberately not forwarded on this path.
-                         helper::ChatSessionInfo changed(FromJs<helper::SessionInfoData>(info[0]),
-                                                         false);
-                         target->OnSessionInfoChanged(changed);
-                       },
-                       "onSessionInfoChanged"));
-      argument = observer;
-    }
-    setObserver.As<Napi::Function>().Call(session, {argument});
-  }
-
- private:
-  std::shared_ptr<JsTarget> target_;
-  WeakPtr<ChatSessionObserverItf> observer_;
-  bool given_;
-};
 
 }  // namespace
 
@@ -88,44 +48,24 @@ void JSChatSession::GetInfo(SharedPtr<CallbackItf<const GetInfoResult&>> callbac
   std::shared_ptr<InfoCache> cache = cache_;
   CallJs<GetInfoResult>(
       target_, "getInfo", NoArguments,
-      [cache](Napi::Env, Napi::Value value) {
-        if (!value.IsObject()) return Failure<GetInfoResult>("Session info not returned");
-        Napi::Object result = value.As<Napi::Object>();
-        Outcome<GetInfoResult> outcome = Success<GetInfoResult>();
-        // Unlike the other results a missing "code" is success, and a "code"
-        // that is not a number fails the read itself.
-        if (result.Has("code")) {
-          outcome.code =
-              static_cast<ResultCode>(result.Get("code").As<Napi::Number>().Uint32Value());
-        }
-        if (outcome.code != ResultCode::kSuccess) {
-          Napi::Value message =
-              result.Has("errorMessage") ? result.Get("errorMessage") : Napi::Value();
-          outcome.message =
-              message.IsString() ? message.As<Napi::String>().Utf8Value() : "Operation failed";
-          return outcome;
-        }
-        if (!result.Has("info") || !result.Get("info").IsObject()) {
-          return Failure<GetInfoResult>("Info not found in result");
-        }
-        SharedPtr<ChatSessionInfo> info(
-            new helper::ChatSessionInfo(FromJs<helper::SessionInfoData>(result.Get("info")), true));
-        {
-          // Readers keep their own reference: a replaced record stays valid for them.
-          std::lock_guard<std::mutex> lock(cache->mutex);
-          cache->info = info;
-        }
-        outcome.extras.info = info;
-        return outcome;
-      },
+      InfoResult<GetInfoResult>(
+          "Session info not returned",
+          [cache](Napi::Value value, Outcome<GetInfoResult>* outcome) {
+            SharedPtr<ChatSessionInfo> info(
+                new helper::ChatSessionInfo(FromJs<helper::SessionInfoData>(value), true));
+            {
+              // Readers keep their own reference: a replaced record stays valid for them.
+              std::lock_guard<std::mutex> lock(cache->mutex);
+              cache->info = info;
+            }
+            outcome->extras.info = info;
+          }),
       std::move(callback), kChatRules);
 }
 
 void JSChatSession::SetTitle(const char* title, OperationCallback callback) {
-  std::string text = Copy(title);
   CallJs<OperationResult>(
-      target_, "setTitle",
-      [text](Napi::Env env) -> std::vector<napi_value> { return {Napi::String::New(env, text)}; },
+      target_, "setTitle", TextArgument(title),
       OperationResultOf(CodeRule::kNumberElseFailure), std::move(callback), kChatRules);
 }
 
@@ -180,7 +120,26 @@ void JSChatSession::SetObserver(WeakPtr<ChatSessionObserverItf> observer) {
     observer_ = observer;
     given = static_cast<bool>(observer_.lock());
   }
-  target_->Post(std::make_unique<ObserverStep>(target_, std::move(observer), given));
+  JsObserverStep::Make make;
+  if (given) {
+    make = [observer](Napi::Env env) -> Napi::Value {
+      Napi::Object object = Napi::Object::New(env);
+      object.Set("onSessionInfoChanged",
+                 Napi::Function::New(
+                     env,
+                     [observer](const Napi::CallbackInfo& info) {
+                       SharedPtr<ChatSessionObserverItf> target = observer.lock();
+                       if (!target || info.Length() < 1 || !info[0].IsObject()) return;
+                       // History is deliberately not forwarded on this path.
+                       helper::ChatSessionInfo changed(FromJs<helper::SessionInfoData>(info[0]),
+                                                       false);
+                       target->OnSessionInfoChanged(changed);
+                     },
+                     "onSessionInfoChanged"));
+      return object;
+    };
+  }
+  JsObserverStep::Post(target_, std::move(make));
 }
 
 }  // namespace ombrix_addon

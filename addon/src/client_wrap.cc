@@ -4,8 +4,11 @@
 #include <utility>
 
 #include "addon_state.h"
+#include "audit_session_manager_wrap.h"
 #include "chat_session_manager_wrap.h"
 #include "client_observer.h"
+#include "fernwick_manager_wrap.h"
+#include "notification_service_wrap.h"
 #include "remote_file_tool_wrap.h"
 #include "remote_shell_tool_wrap.h"
 #include "tool_service_wrap.h"
@@ -159,6 +162,8 @@ Napi::Value OmbrixClient::Create(const Napi::CallbackInfo& info) {
       if (!info[2].IsObject()) {
         throw Napi::TypeError::New(env, "Expected NotificationService object as third argument");
       }
+      notificationService = SharedPtr<NotificationServiceItf>(
+          new JSNotificationService(env, info[2].As<Napi::Object>()));
     }
 
     SharedPtr<ThreadItf> signaling = ThreadItf::Create("OmbrixAddonSignaling");
@@ -249,8 +254,19 @@ Napi::Value OmbrixClient::SetObserver(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value OmbrixClient::SetAuditManager(const Napi::CallbackInfo& info) {
-  RequireClient(info.Env(), kClientNotInitialized);
-  throw Napi::Error::New(info.Env(), "setAuditManager is not available yet");
+  Napi::Env env = info.Env();
+  RequireClient(env, kClientNotInitialized);
+  SharedPtr<AuditSessionManagerItf> manager;
+  if (info.Length() > 0 && !info[0].IsUndefined() && !info[0].IsNull()) {
+    if (!info[0].IsObject()) {
+      throw Napi::TypeError::New(env, "Expected AuditSessionManager object or null");
+    }
+    manager = SharedPtr<AuditSessionManagerItf>(
+        new JSAuditSessionManager(env, info[0].As<Napi::Object>()));
+  }
+  client_->SetAuditSessionManager(manager);
+  auditManager_ = std::move(manager);
+  return env.Undefined();
 }
 
 Napi::Value OmbrixClient::GetFernwickWorkspace(const Napi::CallbackInfo& info) {
@@ -272,8 +288,29 @@ Napi::Value OmbrixClient::GetFernwickWorkspace(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value OmbrixClient::CreateFernwickManager(const Napi::CallbackInfo& info) {
-  RequireClient(info.Env(), kOmbrixClientNotInitialized);
-  throw Napi::Error::New(info.Env(), "createFernwickManager is not available yet");
+  Napi::Env env = info.Env();
+  RequireClient(env, kOmbrixClientNotInitialized);
+  try {
+    SharedPtr<FernwickManagerItf> manager;
+    if (info.Length() > 0 && info[0].IsObject()) {
+      manager = SharedPtr<FernwickManagerItf>(new JSFernwickManager(env, info[0].As<Napi::Object>()));
+    } else if (info.Length() > 0 && !info[0].IsUndefined() && !info[0].IsNull()) {
+      throw Napi::TypeError::New(
+          env, "createFernwickManager: arg 1 must be an FernwickManager object, null, or undefined");
+    }
+    SharedPtr<FernwickManagerItf> created = client_->CreateFernwickManager(manager);
+    if (!created) {
+      throw Napi::Error::New(env,
+                             "createFernwickManager returned null (client not yet initialized?)");
+    }
+    return Napi::External<SharedPtr<FernwickManagerItf>>::New(
+        env, new SharedPtr<FernwickManagerItf>(std::move(created)),
+        [](Napi::Env, SharedPtr<FernwickManagerItf>* held) { delete held; });
+  } catch (const Napi::Error&) {
+    throw;
+  } catch (const std::exception& e) {
+    throw Napi::Error::New(env, std::string("createFernwickManager failed: ") + e.what());
+  }
 }
 
 }  // namespace ombrix_addon

@@ -136,6 +136,14 @@ class PendingJsCall final : public PendingJsCallBase {
   Callback callback_;
 };
 
+// The argument lists most operations pass: none, or one text copied now
+// (a null pointer becomes "").
+inline std::vector<napi_value> NoArguments(Napi::Env) { return {}; }
+inline std::function<std::vector<napi_value>(Napi::Env)> TextArgument(const char* text) {
+  std::string copy = text ? text : "";
+  return [copy](Napi::Env env) -> std::vector<napi_value> { return {Napi::String::New(env, copy)}; };
+}
+
 // SDK side: queues the call on its adapter's channel and returns at once. If
 // the channel is closed the call is released here, on the calling thread.
 void Enqueue(std::shared_ptr<PendingJsCallBase> call, JsTarget& target);

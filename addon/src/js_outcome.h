@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include <napi.h>
 
@@ -53,6 +54,63 @@ inline PendingJsCall<sdk::OperationResult>::Convert OperationResultOf(CodeRule r
       "OperationResult", [rule](Napi::Env, Napi::Object object) {
         return ReadOutcome<sdk::OperationResult>(object, rule);
       });
+}
+
+// The getInfo answer of the session families. A missing "code" is success
+// and one that is not a number fails the read itself; a failure code keeps a
+// string "errorMessage", else "Operation failed"; success needs an "info"
+// object, which `take(info, &outcome)` puts into the record. `warn`, when
+// given, is told "getInfo: " and the message of each malformed answer.
+template <class Record, class Take>
+typename PendingJsCall<Record>::Convert InfoResult(std::string notReturned, Take take,
+                                                   void (*warn)(const std::string&) = nullptr) {
+  return [notReturned, take, warn](Napi::Env, Napi::Value value) {
+    auto malformed = [warn](const std::string& message) {
+      if (warn) warn("getInfo: " + message);
+      return Failure<Record>(message);
+    };
+    if (!value.IsObject()) return malformed(notReturned);
+    Napi::Object result = value.As<Napi::Object>();
+    Outcome<Record> outcome = Success<Record>();
+    if (result.Has("code")) {
+      outcome.code = static_cast<sdk::ResultCode>(result.Get("code").As<Napi::Number>().Uint32Value());
+    }
+    if (outcome.code != sdk::ResultCode::kSuccess) {
+      Napi::Value message = result.Has("errorMessage") ? result.Get("errorMessage") : Napi::Value();
+      outcome.message =
+          message.IsString() ? message.As<Napi::String>().Utf8Value() : "Operation failed";
+      return outcome;
+    }
+    if (!result.Has("info") || !result.Get("info").IsObject()) {
+      return malformed("Info not found in result");
+    }
+    take(result.Get("info"), &outcome);
+    return outcome;
+  };
+}
+
+// An adapter made by `make(env, object)` over the object under `key`, or an
+// empty pointer when there is none.
+template <class Itf, class Make>
+sdk::SharedPtr<Itf> AdapterAt(Napi::Env env, Napi::Object result, const char* key, Make make) {
+  if (!result.Has(key)) return sdk::SharedPtr<Itf>();
+  Napi::Value value = result.Get(key);
+  return value.IsObject() ? sdk::SharedPtr<Itf>(make(env, value)) : sdk::SharedPtr<Itf>();
+}
+
+// One adapter per object element of the array under `key`, in array order;
+// other elements are skipped.
+template <class Itf, class Make>
+std::vector<sdk::SharedPtr<Itf>> AdaptersAt(Napi::Env env, Napi::Object result, const char* key,
+                                            Make make) {
+  std::vector<sdk::SharedPtr<Itf>> adapters;
+  if (!result.Has(key) || !result.Get(key).IsArray()) return adapters;
+  Napi::Array array = result.Get(key).As<Napi::Array>();
+  for (uint32_t i = 0; i < array.Length(); ++i) {
+    Napi::Value element = array.Get(i);
+    if (element.IsObject()) adapters.emplace_back(make(env, element));
+  }
+  return adapters;
 }
 
 }  // namespace ombrix_addon

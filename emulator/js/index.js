@@ -184,6 +184,54 @@ const emulator = {
       return JSON.parse(await native.chatStorm(threads, calls));
     },
   },
+  // --- the SDK driving the application's notification service -----------------
+  // Against the newest client's notification service (its third argument).
+  notification: {
+    /** Hands the service a new SDK observer (false: an empty one); returns its id or null. */
+    setObserver: (attach = true) => startDrive('notification', 'setObserver', { observer: attach }).observer,
+    getNotifications: () => drive('notification', 'getNotifications'),
+    markAsRead: (id) => drive('notification', 'markAsRead', { id }),
+    dismiss: (id) => drive('notification', 'dismiss', { id }),
+    dismissAll: () => drive('notification', 'dismissAll'),
+    /** What the SDK observer was told: [{ event: 'notification'|'updated'|'removed', …, thread, onJsThread }]. */
+    observerEvents: (observer) => JSON.parse(native.inspect('notificationObserver', observer)),
+    /** The SDK drops its observer; the application's observer functions then do nothing. */
+    release: (observer) => { startDrive('notification', 'release', { observer }); },
+    releaseAll: () => startDrive('notification', 'releaseAll').released,
+  },
+
+  // --- the SDK driving the application's audit sessions -------------------------
+  // Against the manager given to the newest client's setAuditManager; sessions
+  // are referred to by the ids reports give.
+  audit: {
+    createSession: () => drive('audit', 'createSession'),
+    getSessions: () => drive('audit', 'getSessions'),
+    getCachedInfo: (session) => startDrive('audit', 'getCachedInfo', { session }).info,
+    getInfo: (session) => drive('audit', 'getInfo', { session }),
+    /** `options` is the SDK's text argument; null passes a null pointer. */
+    start: (session, options = '') => drive('audit', 'start', { session, options }),
+    stop: (session) => drive('audit', 'stop', { session }),
+    getReport: (session) => drive('audit', 'getReport', { session }),
+    /** Registers an SDK observer (or clears it with false); returns its id or null. */
+    setObserver: (session, attach = true) => startDrive('audit', 'setObserver', { session, observer: attach }).observer,
+    /** [{ event: 'recordingDone'|'reportReady'|'error', message?, thread, onJsThread }] */
+    observerEvents: (observer) => JSON.parse(native.inspect('auditObserver', observer)),
+    release: (session) => { startDrive('audit', 'release', { session }); },
+    /** The SDK drops every audit session and observer it holds. */
+    releaseAll: () => startDrive('audit', 'releaseAll').released,
+  },
+
+  // --- the SDK driving the workspace manager of the second agent runtime ----------
+  // Against the newest client's manager (createFernwickManager), or one held by id.
+  workspace: {
+    /** Returns at once { drive, done }; `done` resolves with the report. */
+    setWorkspace: (workspace, { manager } = {}) => startDrive('workspace', 'setWorkspace', { workspace, manager }),
+    /** The SDK keeps the newest client's manager beyond the client's life; returns its id. */
+    hold: () => startDrive('workspace', 'hold').manager,
+    release: (manager) => { startDrive('workspace', 'release', { manager }); },
+    releaseAll: () => startDrive('workspace', 'releaseAll').released,
+  },
+
   /**
    * A drive's report as it stands now (e.g. to confirm `calls` stayed 1);
    * a callback released without having run reports { dropped: true, calls: 0 }.

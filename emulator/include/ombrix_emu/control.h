@@ -97,12 +97,14 @@ OMBRIX_API void RemoveDriveListener(int token);
 OMBRIX_API void AddJsThread();
 OMBRIX_API void RemoveJsThread();
 
-// service: "chat". See docs/substitute-sdk.md for the operations.
+// service: "chat", "notification", "audit" or "workspace". See
+// docs/substitute-sdk.md for the operations.
 OMBRIX_API std::string Drive(const std::string& service, const std::string& op,
                              const std::string& argsJson, int listener);
 OMBRIX_API std::string DriveReport(uint64_t drive);
 
-// What the SDK side received: kind "stream", "confirm" or "observer".
+// What the SDK side received: kind "stream", "confirm", "observer" (chat),
+// "notificationObserver" or "auditObserver".
 OMBRIX_API std::string Inspect(const std::string& kind, uint64_t id);
 OMBRIX_API bool CancelToolCall(uint64_t stream, uint32_t index);
 OMBRIX_API bool AnswerConfirm(uint64_t confirm, uint32_t request, const std::string& responseJson);

@@ -1,4 +1,5 @@
 #include "client/client.h"
+#include "client/sdk_fernwick_manager.h"
 
 #include <algorithm>
 #include <cctype>
@@ -192,7 +193,10 @@ void Client::SetAuditSessionManager(SharedPtr<AuditSessionManagerItf> manager) {
 
 SharedPtr<FernwickManagerItf> Client::CreateFernwickManager(SharedPtr<FernwickManagerItf> manager) {
   if (ApplyFault("CreateFernwickManager")) return SharedPtr<FernwickManagerItf>();
+  // Without the application's manager the runtime uses the SDK's own.
+  if (!manager) manager = SharedPtr<FernwickManagerItf>(new SdkFernwickManager(state_->serverName));
   std::lock_guard<std::mutex> lock(state_->servicesMutex);
+  EMU_LOG(LogLevel::kInfo, "client", "%s: workspace manager created", state_->serverName.c_str());
   state_->fernwickManager = manager;
   return manager;
 }

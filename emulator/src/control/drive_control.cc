@@ -1,8 +1,11 @@
 // Control-surface entry points for driving the JavaScript-backed services.
 #include <thread>
 
+#include "drivers/audit_driver.h"
 #include "drivers/chat_driver.h"
 #include "drivers/drive_log.h"
+#include "drivers/notification_driver.h"
+#include "drivers/workspace_driver.h"
 #include "ombrix_emu/control.h"
 
 namespace quelt {
@@ -28,6 +31,9 @@ std::string Drive(const std::string& service, const std::string& op, const std::
     return Json::MakeObject({{"error", e.what()}}).Dump();
   }
   if (service == "chat") return chat::Drive(op, args, listener).Dump();
+  if (service == "notification") return notification::Drive(op, args, listener).Dump();
+  if (service == "audit") return audit::Drive(op, args, listener).Dump();
+  if (service == "workspace") return workspace::Drive(op, args, listener).Dump();
   return Json::MakeObject({{"error", "unknown service " + service}}).Dump();
 }
 
@@ -37,6 +43,8 @@ std::string Inspect(const std::string& kind, uint64_t id) {
   if (kind == "stream") return chat::StreamEvents(id).Dump();
   if (kind == "confirm") return chat::ConfirmRequests(id).Dump();
   if (kind == "observer") return chat::ObserverEvents(id).Dump();
+  if (kind == "notificationObserver") return notification::ObserverEvents(id).Dump();
+  if (kind == "auditObserver") return audit::ObserverEvents(id).Dump();
   return "null";
 }
 

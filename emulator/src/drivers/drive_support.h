@@ -1,0 +1,66 @@
+// The pieces every service driver is made of: starting a drive on an SDK
+// thread, and describing what its callback received.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "drivers/drive_log.h"
+#include "ombrix/result.h"
+#include "runtime/task_pool.h"
+#include "support/json.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+inline Json MessageJson(const char* message) { return message ? Json(message) : Json(); }
+
+inline Json DriveError(const std::string& text) { return Json::MakeObject({{"error", text}}); }
+
+// { code, errorMessage } of any result record (a null message stays null).
+template <class Record>
+Json OutcomeJson(const Record& record) {
+  return Json::MakeObject({{"code", static_cast<uint32_t>(record.code)},
+                           {"errorMessage", MessageJson(record.errorMessage)}});
+}
+
+// The items of an SDK list, each described by `describe`; null for no list.
+template <class List, class Describe>
+Json ListJson(const List& list, Describe describe) {
+  if (!list) return Json();
+  Json items = Json(Json::Array());
+  for (uint32_t i = 0; i < list->GetCount(); ++i) items.Push(describe(list->GetItem(i)));
+  return items;
+}
+
+// Starts an asynchronous drive: `call(callback)` runs on an SDK thread, and
+// the callback's record, described by `describe`, becomes the drive's report.
+// Returns { drive }.
+template <class Record, class Call, class Describe>
+Json StartDrive(const std::string& op, int listener, Call call, Describe describe) {
+  uint64_t drive = DriveLog::Shared().Begin(op, listener);
+  SharedPtr<CallbackItf<const Record&>> callback(new DriveCallback<Record>(drive, describe));
+  TaskPool::Shared().Post([call, callback] { call(callback); });
+  return Json::MakeObject({{"drive", drive}});
+}
+
+// An OperationResult drive.
+template <class Call>
+Json StartOperation(const std::string& op, int listener, Call call) {
+  return StartDrive<OperationResult>(op, listener, call,
+                                     [](const OperationResult& r) { return OutcomeJson(r); });
+}
+
+// The text argument of a drive: a string, or null for a null pointer.
+struct TextArg {
+  explicit TextArg(const Json& value)
+      : isNull(!value.IsString()), text(value.IsString() ? value.AsString() : "") {}
+  const char* get() const { return isNull ? nullptr : text.c_str(); }
+  bool isNull;
+  std::string text;
+};
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

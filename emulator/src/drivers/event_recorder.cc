@@ -1,0 +1,26 @@
+#include "drivers/event_recorder.h"
+
+#include <thread>
+
+#include "drivers/drive_log.h"
+#include "runtime/worker_thread.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+void EventRecorder::Record(Json event) {
+  event.Set("thread", CurrentThreadName());
+  event.Set("onJsThread", DriveLog::Shared().JsThreads().count(std::this_thread::get_id()) > 0);
+  std::lock_guard<std::mutex> lock(mutex_);
+  events_.Push(std::move(event));
+}
+
+Json EventRecorder::Events() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return events_;
+}
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

@@ -1,0 +1,54 @@
+#include "drivers/workspace_driver.h"
+
+#include "client/client.h"
+#include "drivers/drive_support.h"
+#include "drivers/held_objects.h"
+#include "support/record_json.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+namespace workspace {
+
+namespace {
+
+// Managers the SDK keeps beyond their client's life.
+Held<SharedPtr<FernwickManagerItf>>& Managers() {
+  static auto* managers = new Held<SharedPtr<FernwickManagerItf>>;
+  return *managers;
+}
+
+}  // namespace
+
+Json Drive(const std::string& op, const Json& args, int listener) {
+  if (op == "release") {
+    Managers().Release(ToInteger<uint64_t>(args["manager"].AsNumber()));
+    return Json::MakeObject({});
+  }
+  if (op == "releaseAll") {
+    auto released = Managers().ReleaseAll();
+    return Json::MakeObject({{"released", static_cast<uint64_t>(released.size())}});
+  }
+  SharedPtr<FernwickManagerItf> manager;
+  if (args["manager"].IsNumber()) {
+    uint64_t id = ToInteger<uint64_t>(args["manager"].AsNumber());
+    manager = Managers().Find(id);
+    if (!manager) return DriveError("no workspace manager " + std::to_string(id));
+  } else {
+    manager = NewestClientServices().fernwickManager;
+    if (!manager) return DriveError("the newest client has no workspace manager");
+  }
+  if (op == "hold") return Json::MakeObject({{"manager", Managers().Add(manager)}});
+  if (op == "setWorkspace") {
+    TextArg workspace(args["workspace"]);
+    return StartOperation(op, listener, [manager, workspace](auto cb) {
+      manager->SetFernwickWorkspace(workspace.get(), cb);
+    });
+  }
+  return DriveError("unknown workspace operation " + op);
+}
+
+}  // namespace workspace
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

@@ -1,0 +1,77 @@
+'use strict';
+// A worker thread whose JavaScript services are in use by the SDK is
+// terminated mid-call; the main thread carries on with services of its own.
+const test = require('node:test');
+const assert = require('node:assert/strict');
+const { Worker } = require('worker_threads');
+
+const ombrix = require('..');
+const emu = require('../emulator/js');
+const { collectAfterAll } = require('./helpers');
+
+let client;
+collectAfterAll(test, () => { client = null; });
+
+// The worker's chat session streams without end and its audit session never
+// answers "start"; it reports once the SDK is inside both calls.
+const workerSource = `
+  const ombrix = require(${JSON.stringify(require.resolve('..'))});
+  const emu = require(${JSON.stringify(require.resolve('../emulator/js'))});
+  const { parentPort } = require('worker_threads');
+  let busy = 0;
+  const ready = () => { if (++busy === 2) parentPort.postMessage(drives); };
+  const chatSession = {
+    sendChat(content, stream) {
+      ready();
+      (function more(i) { stream.onChunk({ type: 1, content: String(i) }); setImmediate(more, i + 1); })(0);
+      return new Promise(() => {});
+    },
+  };
+  const auditSession = { start() { ready(); return new Promise(() => {}); } };
+  globalThis.client = ombrix.createOmbrixClient({ serverName: 'worker' },
+    { createSession: async () => ({ code: 0, session: chatSession }) },
+    { getNotifications: () => new Promise(() => {}) });
+  client.setAuditManager({ createSession: async () => ({ session: auditSession }) });
+  let drives;
+  Promise.all([emu.chat.createSession(0), emu.audit.createSession()]).then(([chat, audit]) => {
+    const sent = emu.chat.sendChat(chat.session.id, 'go', { confirm: false });
+    drives = { chat: sent.drive, stream: sent.stream };
+    emu.audit.start(audit.session.id, 'x');
+    emu.notification.getNotifications();
+  });
+`;
+
+const pendingCallbacks = () => {
+  const live = emu.liveObjects();
+  return live.OperationCallback + live.GetNotificationsCallback;
+};
+
+test('terminating a worker mid-call: its calls are released unanswered, the main thread goes on', async () => {
+  const before = pendingCallbacks();
+  const worker = new Worker(workerSource, { eval: true });
+  const drives = await new Promise((resolve, reject) => {
+    worker.once('message', resolve);
+    worker.once('error', reject);
+  });
+  await new Promise((resolve) => setTimeout(resolve, 20));  // chunks keep flowing meanwhile
+  assert.equal(pendingCallbacks(), before + 3);
+  await worker.terminate();
+  assert.equal(pendingCallbacks(), before);
+  assert.deepEqual(emu.driveReport(drives.chat), { dropped: true, calls: 0 });
+  const streamed = emu.chat.streamEvents(drives.stream).length;
+  assert.ok(streamed > 1, `streamed ${streamed} chunks`);
+
+  const log = [];
+  client = ombrix.createOmbrixClient({ serverName: 'main' },
+    { setLanguageCode: async (code) => { log.push(['language', code]); return { code: 0 }; } },
+    { dismissAll: async () => { log.push(['dismissAll']); return {}; } });
+  client.setAuditManager({
+    createSession: async () => ({ session: { stop: async () => { log.push(['stop']); return {}; } } }),
+  });
+  assert.equal((await emu.chat.setLanguageCode(2)).code, 0);
+  assert.equal((await emu.notification.dismissAll()).code, 0);
+  const { session } = await emu.audit.createSession();
+  assert.equal((await emu.audit.stop(session.id)).code, 0);
+  assert.deepEqual(log, [['language', 2], ['dismissAll'], ['stop']]);
+  assert.equal(emu.chat.streamEvents(drives.stream).length, streamed);  // the worker's stream has stopped
+});
