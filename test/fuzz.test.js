@@ -93,7 +93,7 @@ test('random arguments and receivers never crash: results, Promises or Errors on
     try {
       made = await client[name]();
     } catch {}  // a factory this SDK does not offer
-    if (made && typeof made === 'object') targets.push([made.constructor.name, made]);
+    if (made && typeof made === 'object' && made.constructor) targets.push([made.constructor.name, made]);
   }
 
   for (const [label, target] of targets) {
