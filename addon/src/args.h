@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <string>
 
 #include <napi.h>
@@ -13,6 +14,18 @@ namespace ombrix_addon {
 inline void RequireStrings(const Napi::CallbackInfo& info, size_t count, const char* message) {
   bool ok = info.Length() >= count;
   for (size_t i = 0; ok && i < count; ++i) ok = info[i].IsString();
+  if (!ok) throw Napi::TypeError::New(info.Env(), message);
+}
+
+// TypeError `message` unless the leading arguments have exactly `types`.
+inline void RequireArgs(const Napi::CallbackInfo& info, std::initializer_list<napi_valuetype> types,
+                        const char* message) {
+  bool ok = info.Length() >= types.size();
+  size_t index = 0;
+  for (napi_valuetype type : types) {
+    if (!ok) break;
+    ok = info[index++].Type() == type;
+  }
   if (!ok) throw Napi::TypeError::New(info.Env(), message);
 }
 

@@ -3,13 +3,16 @@
 #include <string>
 #include <utility>
 
+#include "account_tool_wrap.h"
 #include "addon_state.h"
 #include "audit_session_manager_wrap.h"
 #include "chat_session_manager_wrap.h"
 #include "client_observer.h"
 #include "fernwick_manager_wrap.h"
 #include "notification_service_wrap.h"
+#include "remote_control_tool_wrap.h"
 #include "remote_file_tool_wrap.h"
+#include "remote_file_transfer_tool_wrap.h"
 #include "remote_shell_tool_wrap.h"
 #include "tool_service_wrap.h"
 
@@ -209,17 +212,20 @@ void OmbrixClient::RequireClient(Napi::Env env, const char* message) const {
 
 Napi::Value OmbrixClient::CreateAccountTool(const Napi::CallbackInfo& info) {
   RequireClient(info.Env(), kClientNotInitialized);
-  throw Napi::Error::New(info.Env(), "AccountTool is not available yet");
+  return ToolPromise<AccountTool>(info.Env(), client_->CreateAccountTool(),
+                                  "Failed to create AccountTool");
 }
 
 Napi::Value OmbrixClient::CreateRemoteFileTransferTool(const Napi::CallbackInfo& info) {
   RequireClient(info.Env(), kClientNotInitialized);
-  throw Napi::Error::New(info.Env(), "RemoteFileTransferTool is not available yet");
+  return ToolPromise<RemoteFileTransferTool>(info.Env(), client_->CreateRemoteFileTransferTool(),
+                                             "Failed to create RemoteFileTransfer");
 }
 
 Napi::Value OmbrixClient::CreateRemoteControlTool(const Napi::CallbackInfo& info) {
   RequireClient(info.Env(), kClientNotInitialized);
-  throw Napi::Error::New(info.Env(), "RemoteControlTool is not available yet");
+  return ToolPromise<RemoteControlTool>(info.Env(), client_->CreateRemoteControlTool(),
+                                        "Failed to create RemoteControlTool");
 }
 
 Napi::Value OmbrixClient::CreateRemoteFileTool(const Napi::CallbackInfo& info) {

@@ -3,10 +3,13 @@
 #include <type_traits>
 #include <vector>
 
+#include "account_tool_wrap.h"
 #include "client_wrap.h"
 #include "gui_tool_wrap.h"
 #include "logger_wrap.h"
+#include "remote_control_tool_wrap.h"
 #include "remote_file_tool_wrap.h"
+#include "remote_file_transfer_tool_wrap.h"
 #include "remote_shell_tool_wrap.h"
 #include "tool_service_wrap.h"
 #include "ombrix/enums.h"
@@ -170,6 +173,9 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   // Classes first, then functions: factories need their class defined.
   ShmRegion::Init(env, exports);
   OmbrixClient::Init(env);
+  AccountTool::Init(env);
+  RemoteFileTransferTool::Init(env);
+  RemoteControlTool::Init(env);
   RemoteFileTool::Init(env);
   RemoteShellTool::Init(env);
   ToolService::Init(env);

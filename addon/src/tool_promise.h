@@ -39,14 +39,20 @@ struct Captured<const char*> {
   static std::string Copy(const char* text) { return text ? text : ""; }
 };
 
+// A delivery without a result: the Promise rejects with this text. A type of
+// its own, so that string results stay distinct from it.
+struct DeliveryError {
+  std::string text;
+};
+
 // The heap record that crosses to the JavaScript thread.
 template <class R>
 class ResultDelivery final : public JsTask {
  public:
   ResultDelivery(Napi::Promise::Deferred deferred, R result)
       : deferred_(deferred), result_(std::move(result)), hasResult_(true) {}
-  ResultDelivery(Napi::Promise::Deferred deferred, std::string error)
-      : deferred_(deferred), error_(std::move(error)), hasResult_(false) {}
+  ResultDelivery(Napi::Promise::Deferred deferred, DeliveryError error)
+      : deferred_(deferred), error_(std::move(error.text)), hasResult_(false) {}
 
   void Run(Napi::Env env, Napi::Function) override {
     if (hasResult_) {
@@ -80,7 +86,7 @@ class PromiseCallback final : public sdk::CallbackItf<Arg> {
   }
 
   void Reject(std::string message) {
-    Deliver(std::make_unique<ResultDelivery<Result>>(deferred_, std::move(message)));
+    Deliver(std::make_unique<ResultDelivery<Result>>(deferred_, DeliveryError{std::move(message)}));
   }
 
  private:

@@ -180,6 +180,26 @@ Napi::Value LiveClients(const Napi::CallbackInfo& info) {
   return Napi::Number::New(info.Env(), emu::LiveClients());
 }
 
+Napi::Value EmitAccountTokenUpdated(const Napi::CallbackInfo& info) {
+  emu::EmitAccountTokenUpdated(info[0].ToBoolean().Value(), StringArg(info, 1));
+  return info.Env().Undefined();
+}
+
+Napi::Value CancelTransfers(const Napi::CallbackInfo& info) {
+  return Napi::Number::New(info.Env(), emu::CancelTransfers());
+}
+
+Napi::Value SetTransferRate(const Napi::CallbackInfo& info) {
+  double rate = info[0].IsNumber() ? info[0].As<Napi::Number>().DoubleValue() : 0;
+  emu::SetTransferRate(rate > 0 ? static_cast<uint64_t>(rate) : 0);
+  return info.Env().Undefined();
+}
+
+Napi::Value SetScreenLocked(const Napi::CallbackInfo& info) {
+  emu::SetScreenLocked(info[0].ToBoolean().Value());
+  return info.Env().Undefined();
+}
+
 // Finished drives reach JavaScript through one thread-safe function per
 // environment. It holds the event loop only while JavaScript awaits a drive.
 struct DriveEvents {
@@ -288,6 +308,11 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
               Napi::Function::New(env, DisconnectToolService, "disconnectToolService"));
   exports.Set("liveClients", Napi::Function::New(env, LiveClients, "liveClients"));
   exports.Set("mallocBytes", Napi::Function::New(env, MallocBytes, "mallocBytes"));
+  exports.Set("emitAccountTokenUpdated",
+              Napi::Function::New(env, EmitAccountTokenUpdated, "emitAccountTokenUpdated"));
+  exports.Set("cancelTransfers", Napi::Function::New(env, CancelTransfers, "cancelTransfers"));
+  exports.Set("setTransferRate", Napi::Function::New(env, SetTransferRate, "setTransferRate"));
+  exports.Set("setScreenLocked", Napi::Function::New(env, SetScreenLocked, "setScreenLocked"));
   exports.Set("onDriveReport", Napi::Function::New(env, OnDriveReport, "onDriveReport"));
   exports.Set("holdEvents", Napi::Function::New(env, HoldEvents, "holdEvents"));
   exports.Set("drive", Napi::Function::New(env, Drive, "drive"));

@@ -142,6 +142,17 @@ const emulator = {
   disconnectToolService: native.disconnectToolService,
   liveClients: native.liveClients,
 
+  // --- account, transfer and remote-control tools ---------------------------
+  /** A token renewal sent to the observer of every live account tool, from an SDK thread. */
+  emitTokenUpdated: (token) => native.emitAccountTokenUpdated(false, token),
+  emitMcpTokenUpdated: (token) => native.emitAccountTokenUpdated(true, token),
+  /** Cancels every loopback file transfer in flight; returns how many there were. */
+  cancelTransfers: native.cancelTransfers,
+  /** Holds loopback transfers started afterwards to `bytesPerSecond`; 0 lifts the limit. */
+  setTransferRate: native.setTransferRate,
+  /** The lock screen loopback remote-control tools report (unlocked at start). */
+  setScreenLocked: (locked) => native.setScreenLocked(Boolean(locked)),
+
   // --- the SDK driving the application's chat services -------------------------
   // Every call runs on an SDK thread against the newest client's chat session
   // manager. Reports carry the callback's decoded record plus `thread`,

@@ -17,6 +17,7 @@
 
 #include "loopback/file_ops.h"
 #include "loopback/fs.h"
+#include "scratch_dir.h"
 
 namespace quelt {
 namespace ombrix {
@@ -26,38 +27,7 @@ namespace {
 
 namespace stdfs = std::filesystem;
 
-class LoopbackFileTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    std::string dir = (stdfs::temp_directory_path() / "loopback-XXXXXX").string();
-    ASSERT_NE(mkdtemp(dir.data()), nullptr);
-    root_ = dir;
-  }
-  void TearDown() override {
-    std::error_code ec;
-    stdfs::permissions(root_, stdfs::perms::all, ec);
-    for (const auto& entry : stdfs::recursive_directory_iterator(root_, ec)) {
-      if (entry.is_directory() && !entry.is_symlink())
-        stdfs::permissions(entry.path(), stdfs::perms::all, ec);
-    }
-    stdfs::remove_all(root_, ec);
-  }
-  std::string Path(const std::string& relative) const { return root_ + "/" + relative; }
-  std::string Put(const std::string& relative, const std::string& content) const {
-    const std::string path = Path(relative);
-    stdfs::create_directories(stdfs::path(path).parent_path());
-    std::ofstream(path, std::ios::binary) << content;
-    return path;
-  }
-  static std::string Slurp(const std::string& path) {
-    std::ostringstream out;
-    out << std::ifstream(path, std::ios::binary).rdbuf();
-    return out.str();
-  }
-  static bool IsRoot() { return geteuid() == 0; }
-
-  std::string root_;
-};
+using LoopbackFileTest = test::ScratchDirTest;
 
 std::string NumberedLines(int count, size_t width) {
   std::string text;

@@ -82,6 +82,17 @@ OMBRIX_API void AnnounceToolService(bool empty);
 OMBRIX_API void DisconnectToolService();
 OMBRIX_API int LiveClients();
 
+// Account, transfer and remote-control tools, in either mode.
+// A token renewal sent to the observer of every live account tool.
+OMBRIX_API void EmitAccountTokenUpdated(bool mcp, const std::string& token);
+// Cancels every loopback transfer in flight; returns how many there were.
+OMBRIX_API int CancelTransfers();
+// The link speed loopback transfers started afterwards are held to, in bytes
+// per second; 0 (the default) does not hold them back.
+OMBRIX_API void SetTransferRate(uint64_t bytesPerSecond);
+// The lock screen that loopback remote-control tools report.
+OMBRIX_API void SetScreenLocked(bool locked);
+
 // --- Driving the JavaScript-backed services as the SDK would ---------------
 //
 // A drive is one SDK call into a service of the newest live client, made from

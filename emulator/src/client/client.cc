@@ -12,8 +12,11 @@
 #include "runtime/log.h"
 #include "scripted/faults.h"
 #include "support/text.h"
+#include "tools/account_tool.h"
 #include "tools/operation.h"
+#include "tools/remote_control_tool.h"
 #include "tools/remote_file_tool.h"
+#include "tools/remote_file_transfer.h"
 #include "tools/remote_shell_tool.h"
 #include "tools/tool_service.h"
 
@@ -147,18 +150,21 @@ Client::~Client() {
 }
 
 SharedPtr<AccountToolItf> Client::CreateAccountTool() {
+  Mode mode = state_->mode;
   return MakeTool<AccountToolItf>(*state_, "CreateAccountTool",
-                                  []() -> AccountToolItf* { return nullptr; });
+                                  [mode] { return new AccountTool(mode); });
 }
 
 SharedPtr<RemoteFileTransferItf> Client::CreateRemoteFileTransferTool() {
+  Mode mode = state_->mode;
   return MakeTool<RemoteFileTransferItf>(*state_, "CreateRemoteFileTransferTool",
-                                         []() -> RemoteFileTransferItf* { return nullptr; });
+                                         [mode] { return new RemoteFileTransfer(mode); });
 }
 
 SharedPtr<RemoteControlToolItf> Client::CreateRemoteControlTool() {
+  Mode mode = state_->mode;
   return MakeTool<RemoteControlToolItf>(*state_, "CreateRemoteControlTool",
-                                        []() -> RemoteControlToolItf* { return nullptr; });
+                                        [mode] { return new RemoteControlTool(mode); });
 }
 
 SharedPtr<RemoteFileToolItf> Client::CreateRemoteFileTool() {

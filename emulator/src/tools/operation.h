@@ -7,9 +7,11 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "loopback/cancel.h"
 #include "ombrix/callback.h"
+#include "ombrix/helper.h"
 #include "runtime/log.h"
 #include "runtime/task_pool.h"
 #include "scripted/call_log.h"
@@ -39,6 +41,20 @@ struct ScriptedDelivery<const char*> {
   }
 };
 
+template <>
+struct ScriptedDelivery<SharedPtr<RemoteDeviceListItf>> {
+  // An array of device records is delivered as a list; anything else as an
+  // empty pointer.
+  static void Deliver(CallbackItf<SharedPtr<RemoteDeviceListItf>>& callback, const Json& record) {
+    SharedPtr<RemoteDeviceListItf> list;
+    if (record.IsArray()) {
+      list = SharedPtr<RemoteDeviceListItf>(new helper::RemoteDeviceList(
+          FromJson<std::vector<helper::RemoteDeviceData>>(record)));
+    }
+    callback.OnResult(list);
+  }
+};
+
 // Hands a loopback result to the callback.
 template <class R>
 void DeliverValue(CallbackItf<const R&>& callback, const R& value) {
@@ -46,6 +62,11 @@ void DeliverValue(CallbackItf<const R&>& callback, const R& value) {
 }
 inline void DeliverValue(CallbackItf<const char*>& callback, const std::string& value) {
   callback.OnResult(value.c_str());
+}
+inline void DeliverValue(CallbackItf<SharedPtr<RemoteDeviceListItf>>& callback,
+                         std::vector<helper::RemoteDeviceData> devices) {
+  callback.OnResult(
+      SharedPtr<RemoteDeviceListItf>(new helper::RemoteDeviceList(std::move(devices))));
 }
 
 // The handle of a cancellable operation.

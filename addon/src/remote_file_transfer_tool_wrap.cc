@@ -1,0 +1,31 @@
+#include "remote_file_transfer_tool_wrap.h"
+
+#include <string>
+
+#include "args.h"
+#include "tool_promise.h"
+
+namespace ombrix_addon {
+
+using namespace quelt::ombrix;
+
+void RemoteFileTransferTool::Init(Napi::Env env) {
+  Register(env,
+           {TaggedMethod<&RemoteFileTransferTool::Transfer<&RemoteFileTransferItf::DownloadFile>>(
+                "downloadFile"),
+            TaggedMethod<&RemoteFileTransferTool::Transfer<&RemoteFileTransferItf::UploadFile>>(
+                "uploadFile")});
+}
+
+template <RemoteFileTransferTool::TransferOperation Op>
+Napi::Value RemoteFileTransferTool::Transfer(const Napi::CallbackInfo& info) {
+  RequireStrings(info, 3, "Expected (deviceId: string, localPath: string, remotePath: string)");
+  std::string device = StringArg(info, 0), localPath = StringArg(info, 1),
+              remotePath = StringArg(info, 2);
+  return RelockedCall<const FileTransferStatus&>(
+      info.Env(), tool_, "PromiseCallback", [&](RemoteFileTransferItf& tool, auto callback) {
+        (tool.*Op)(device.c_str(), localPath.c_str(), remotePath.c_str(), callback);
+      });
+}
+
+}  // namespace ombrix_addon

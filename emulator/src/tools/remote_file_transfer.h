@@ -1,0 +1,30 @@
+// The SDK's file transfer tool. In loopback mode the remote device is this
+// machine: a download copies remotePath to localPath, an upload the other way.
+#pragma once
+
+#include "ombrix/remote_control.h"
+#include "tools/mode.h"
+
+namespace quelt {
+namespace ombrix {
+namespace emu {
+
+class RemoteFileTransfer final : public RemoteFileTransferItf {
+ public:
+  explicit RemoteFileTransfer(Mode mode) : mode_(mode) {}
+
+  void DownloadFile(const char* deviceId, const char* localPath, const char* remotePath,
+                    SharedPtr<CallbackItf<const FileTransferStatus&>> callback) override;
+  void UploadFile(const char* deviceId, const char* localPath, const char* remotePath,
+                  SharedPtr<CallbackItf<const FileTransferStatus&>> callback) override;
+
+ private:
+  void Transfer(const char* op, const char* deviceId, const char* localPath, const char* remotePath,
+                bool download, SharedPtr<CallbackItf<const FileTransferStatus&>> callback);
+
+  Mode mode_;
+};
+
+}  // namespace emu
+}  // namespace ombrix
+}  // namespace quelt

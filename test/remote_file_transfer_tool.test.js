@@ -1,0 +1,122 @@
+'use strict';
+// RemoteFileTransferTool: scripted (arguments, conversion, lost tool) and
+// loopback (real copies on this machine, failures and cancellation).
+const test = require('node:test');
+const assert = require('node:assert/strict');
+const crypto = require('crypto');
+const fs = require('fs');
+const path = require('path');
+
+const ombrix = require('..');
+const emu = require('../emulator/js');
+const { rejection, collectAfterAll, clientIn, scratchDir } = require('./helpers');
+
+collectAfterAll(test);
+const { FileTransferErrorCode } = ombrix;
+const EXPECTED = 'Expected (deviceId: string, localPath: string, remotePath: string)';
+
+test('scripted: factory, argument checks, arguments sent and key order', async () => {
+  const client = clientIn('scripted', 'transfer');
+  emu.injectFault('CreateRemoteFileTransferTool', 'empty');
+  assert.strictEqual(await rejection(client.createRemoteFileTransferTool()), 'Failed to create RemoteFileTransfer');
+  const tool = await client.createRemoteFileTransferTool();
+  assert.equal(tool.constructor.name, 'RemoteFileTransferTool');
+  for (const method of ['downloadFile', 'uploadFile']) {
+    for (const args of [[], ['d', 'l'], ['d', 'l', 3], [null, 'l', 'r']]) {
+      assert.throws(() => tool[method](...args), { name: 'TypeError', message: EXPECTED });
+    }
+  }
+  assert.deepEqual(emu.calls(), []);
+
+  const download = tool.downloadFile('dev', '/local', '/remote');
+  const call = await emu.nextCall('DownloadFile');
+  assert.deepEqual(call.args, { deviceId: 'dev', localPath: '/local', remotePath: '/remote' });
+  emu.complete(call, { errorMessage: 'Network unreachable', errorCode: 3, transferTime: 2 ** 40, fileSize: 2 ** 33 });
+  assert.deepEqual(Object.entries(await download), [['path', ''], ['fileSize', 2 ** 33],
+    ['transferTime', 2 ** 40], ['errorCode', FileTransferErrorCode.NETWORK_ERROR],
+    ['errorMessage', 'Network unreachable']]);
+
+  const upload = tool.uploadFile('dev', '/l', '/r');
+  emu.complete(await emu.nextCall('UploadFile'), { path: '/r', fileSize: 5 });
+  assert.deepEqual(await upload, { path: '/r', fileSize: 5, transferTime: 0, errorCode: 0, errorMessage: '' });
+});
+
+test('scripted: a lost tool resolves with errorCode 99, a missing one rejects', async () => {
+  const tool = await clientIn('scripted', 'transfer-lost').createRemoteFileTransferTool();
+  for (const method of ['downloadFile', 'uploadFile']) {
+    emu.injectWeakLockFailure('RemoteFileTransfer');
+    assert.deepEqual(await tool[method]('d', 'l', 'r'), {
+      path: '', fileSize: 0, transferTime: 0, errorCode: 99, errorMessage: 'Tool has been destroyed',
+    });
+    const reason = await rejection(new tool.constructor()[method]('d', 'l', 'r'));
+    assert.equal(reason.constructor, Error);
+    assert.equal(reason.message, 'Tool is not initialized');
+  }
+  assert.deepEqual(emu.calls(), []);
+});
+
+function sha256(file) {
+  return crypto.createHash('sha256').update(fs.readFileSync(file)).digest('hex');
+}
+
+test('loopback: a 50 MB file uploads and downloads whole', async (t) => {
+  const dir = scratchDir(t);
+  const source = path.join(dir, 'big.bin');
+  const size = 50 * 1024 * 1024;
+  const block = crypto.randomBytes(1024 * 1024 + 7);  // not block-aligned: every chunk differs
+  const out = fs.openSync(source, 'w');
+  for (let written = 0; written < size;) {
+    written += fs.writeSync(out, block, 0, Math.min(block.length, size - written));
+  }
+  fs.closeSync(out);
+  const tool = await clientIn('loopback', 'transfer-loopback').createRemoteFileTransferTool();
+
+  const remote = path.join(dir, 'remote.bin');
+  const up = await tool.uploadFile('this-machine', source, remote);
+  assert.deepEqual([up.errorCode, up.errorMessage, up.path, up.fileSize],
+    [FileTransferErrorCode.SUCCESS, '', remote, size]);
+  assert.equal(typeof up.transferTime, 'number');
+  const down = await tool.downloadFile('this-machine', path.join(dir, 'inbox-copy.bin'), remote);
+  assert.deepEqual([down.errorCode, down.fileSize], [FileTransferErrorCode.SUCCESS, size]);
+  assert.equal(sha256(down.path), sha256(source));
+  assert.deepEqual(fs.readdirSync(dir).sort(), ['big.bin', 'inbox-copy.bin', 'remote.bin']);
+  fs.rmSync(dir, { recursive: true, force: true });
+});
+
+test('loopback: missing files, refused permissions and cancellation report their codes', async (t) => {
+  const dir = scratchDir(t);
+  const tool = await clientIn('loopback', 'transfer-failures').createRemoteFileTransferTool();
+  const missing = path.join(dir, 'absent.txt');
+  const notFound = await tool.downloadFile('d', path.join(dir, 'copy.txt'), missing);
+  assert.deepEqual([notFound.errorCode, notFound.errorMessage, notFound.fileSize],
+    [FileTransferErrorCode.FILE_NOT_FOUND, `No such file or directory: ${missing}`, 0]);
+
+  const small = path.join(dir, 'small.txt');
+  fs.writeFileSync(small, 'x');
+  if (process.getuid && process.getuid() !== 0) {  // root writes anywhere
+    const locked = path.join(dir, 'locked');
+    fs.mkdirSync(locked, { mode: 0o500 });
+    const denied = await tool.uploadFile('d', small, path.join(locked, 'x'));
+    assert.deepEqual([denied.errorCode, denied.errorMessage],
+      [FileTransferErrorCode.PERMISSION_DENIED, `Permission denied: ${path.join(locked, 'x')}`]);
+  }
+
+  // Held to 1 MiB/s, the transfer is still copying when it is cancelled.
+  const big = path.join(dir, 'big.bin');
+  fs.writeFileSync(big, Buffer.alloc(8 * 1024 * 1024, 1));
+  const target = path.join(dir, 'target.bin');
+  emu.setTransferRate(1024 * 1024);
+  let pending;
+  try {
+    pending = tool.uploadFile('d', big, target);
+  } finally {
+    emu.setTransferRate(0);  // only transfers started from now on are affected
+  }
+  assert.equal(emu.cancelTransfers(), 1);
+  const cancelled = await pending;
+  assert.deepEqual([cancelled.errorCode, cancelled.errorMessage],
+    [FileTransferErrorCode.CANCELLED, 'Cancelled']);
+  assert.ok(cancelled.fileSize < 8 * 1024 * 1024);
+  assert.equal(fs.existsSync(target), false);
+  assert.equal(emu.cancelTransfers(), 0);  // nothing left in flight
+});
