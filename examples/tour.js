@@ -108,6 +108,93 @@ async function chat() {
   return report.code;
 }
 
+async function accountAndTransfer(client, scratch) {
+  step('The account, and a file transfer with progress');
+  const account = await client.createAccountTool();
+  say(`account ${await account.getAccountId()} on device "${await account.getLocalDeviceName()}"`);
+  const devices = await account.getRemoteDeviceList();
+  say(`devices: ${devices.map((d) => `${d.deviceName} (${d.deviceId})`).join(', ')}`);
+
+  const transfer = await client.createRemoteFileTransferTool();
+  const source = path.join(scratch, 'report.bin');
+  fs.writeFileSync(source, Buffer.alloc(16 * 1024 * 1024, 7));
+  const inbox = path.join(scratch, 'inbox');
+  fs.mkdirSync(inbox);
+  emu.setTransferRate(32 * 1024 * 1024);  // a simulated 32 MB/s link, so there is progress to watch
+  const upload = transfer.uploadFile('this-machine', source, path.join(inbox, 'report.bin'));
+  let done = false;
+  let shown = -1;
+  upload.finally(() => { done = true; });
+  while (!done) {
+    // Real progress: what has reached the destination folder so far.
+    const bytes = fs.readdirSync(inbox).reduce((sum, name) => sum + fs.statSync(path.join(inbox, name)).size, 0);
+    const percent = Math.round((100 * bytes) / (16 * 1024 * 1024));
+    if (process.stdout.isTTY) {
+      process.stdout.write(`\r    uploading… ${percent}%  `);
+    } else if (Math.floor(percent / 25) > shown) {
+      shown = Math.floor(percent / 25);
+      say(`uploading… ${percent}%`);
+    }
+    await new Promise((resolve) => setTimeout(resolve, 50));
+  }
+  const result = await upload;
+  emu.setTransferRate(0);
+  if (process.stdout.isTTY) process.stdout.write('\r');
+  say(`uploaded ${result.fileSize} bytes in ${result.transferTime} ms (errorCode ${result.errorCode})`);
+  const missing = await transfer.downloadFile('this-machine', path.join(scratch, 'x'), path.join(scratch, 'nope'));
+  say(`downloading a file that is not there: errorCode ${missing.errorCode}, "${missing.errorMessage}"`);
+}
+
+async function notificationsAndAudit() {
+  step('Notifications and an audit session, served by JavaScript');
+  const notifications = {
+    list: [{ id: 'n1', title: 'Build finished', content: 'all green', isRead: false }],
+    async getNotifications() { return { notifications: this.list }; },
+    async markAsRead(id) {
+      this.list.find((n) => n.id === id).isRead = true;
+      return {};
+    },
+    async dismiss(id) {
+      this.list = this.list.filter((n) => n.id !== id);
+      this.observer?.onNotificationRemoved(id);
+      return {};
+    },
+    async dismissAll() { return {}; },
+    setObserver(observer) { this.observer = observer; },
+  };
+  let observed = null;
+  const audit = {
+    sessionInfo: { sessionId: 'audit-1', status: ombrix.AuditSessionStatus.CREATED },
+    async start() { return {}; },
+    async stop() {
+      observed?.onRecordingDone();
+      return {};
+    },
+    async getInfo() { return { info: this.sessionInfo }; },
+    async getReport() { return { report: { fileUrl: 'file:///reports/audit-1.zip', createdAt: Date.now() } }; },
+    setObserver(observer) { observed = observer; },
+  };
+  let client = ombrix.createOmbrixClient({ serverName: 'tour-services' }, null, notifications);
+  client.setAuditManager({ async createSession() { return { session: audit }; }, async getSessions() { return {}; } });
+
+  const observer = emu.notification.setObserver();
+  const listed = await emu.notification.getNotifications();
+  say(`the SDK listed ${listed.notifications.length} notification: "${listed.notifications[0].title}"`);
+  await emu.notification.markAsRead('n1');
+  await emu.notification.dismiss('n1');
+  say(`read and dismissed; the SDK's observer heard: ${emu.notification.observerEvents(observer).map((e) => e.event).join(', ')}`);
+
+  const { session } = await emu.audit.createSession();
+  const events = emu.audit.setObserver(session.id);
+  await emu.audit.start(session.id, '{"screens":"all"}');
+  await emu.audit.stop(session.id);
+  const report = await emu.audit.getReport(session.id);
+  say(`audit recorded (${emu.audit.observerEvents(events).map((e) => e.event).join(', ')}); report at ${report.report.fileUrl}`);
+  emu.notification.releaseAll();
+  emu.audit.releaseAll();
+  client = null;
+}
+
 function sharedMemory() {
   step('ShmRegion: a named shared-memory section guarded by a mutex');
   const region = new ombrix.ShmRegion();
@@ -142,8 +229,10 @@ async function main() {
     await files(client, scratch);
     await shell(client, scratch);
     await toolService(client);
+    await accountAndTransfer(client, scratch);
     client = null;
     await chat();
+    await notificationsAndAudit();
     sharedMemory();
   } finally {
     fs.rmSync(scratch, { recursive: true, force: true });
