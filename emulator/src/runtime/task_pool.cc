@@ -37,6 +37,7 @@ TaskPool& TaskPool::Shared() {
 void TaskPool::Post(std::function<void()> task) {
   State* state = state_;
   bool spawn = false;
+  bool wake = false;
   int index = 0;
   {
     std::lock_guard<std::mutex> lock(state->mutex);
@@ -45,9 +46,12 @@ void TaskPool::Post(std::function<void()> task) {
       spawn = true;
       index = state->threads++;
     }
+    // A busy thread takes the next task without being woken: only an idle
+    // one needs the (system-call) wake-up.
+    wake = state->idle > 0;
   }
   if (!spawn) {
-    state->wake.notify_one();
+    if (wake) state->wake.notify_one();
     return;
   }
   std::thread([state, index] {
