@@ -14,4 +14,6 @@ target_compile_definitions(ombrix_napi INTERFACE
   NAPI_VERSION=8 NAPI_CPP_EXCEPTIONS NODE_ADDON_API_DISABLE_DEPRECATED BUILDING_NODE_EXTENSION)
 if(APPLE)
   target_link_options(ombrix_napi INTERFACE -undefined dynamic_lookup)
+elseif(WIN32)
+  include("${CMAKE_CURRENT_LIST_DIR}/ombrix_napi_windows.cmake")
 endif()
