@@ -18,4 +18,6 @@ target_compile_definitions(ombrix_napi INTERFACE
   NODE_ADDON_API_DISABLE_DEPRECATED BUILDING_NODE_EXTENSION)
 if(APPLE)
   target_link_options(ombrix_napi INTERFACE -undefined dynamic_lookup)
+elseif(WIN32)
+  include("${CMAKE_CURRENT_LIST_DIR}/ombrix_napi_windows.cmake")
 endif()

@@ -37,7 +37,8 @@ test('shellExec: arguments, result keys, cancellation and failures (scripted)', 
   assert.equal(reason.message, 'Tool is not initialized');
 });
 
-test('loopback: real commands, exit codes, working directory and cancellation', async () => {
+test('loopback: real commands, exit codes, working directory and cancellation',
+  { skip: process.platform === 'win32' && 'the substitute SDK has no loopback shell on Windows' }, async () => {
   const { clientIn } = require('./helpers');
   const shell = await clientIn('loopback').createRemoteShellTool();
   const ok = await shell.shellExec('local', 'echo out; echo err >&2; pwd', '/tmp');

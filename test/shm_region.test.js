@@ -10,7 +10,7 @@ const { root, runNode, nodeEnv } = require('./helpers');
 // On Linux /dev/shm/X is the POSIX shared-memory object "/X": the tests play
 // the process that creates the sections.
 const skip = process.platform !== 'linux' && 'sections are created through /dev/shm';
-const PAGE = Number(execFileSync('getconf', ['PAGESIZE'], { encoding: 'utf8' }));
+const PAGE = skip ? 0 : Number(execFileSync('getconf', ['PAGESIZE'], { encoding: 'utf8' }));
 
 let serial = 0;
 /** A fresh section of `bytes`; its mutex name is section.mutex. Removed after the test. */

@@ -23,7 +23,9 @@ HostInfo ReadHostInfo() {
 #if defined(_WIN32)
   char name[256];
   DWORD size = sizeof name;
-  if (GetComputerNameA(name, &size)) info.hostName.assign(name, size);
+  // The DNS name keeps its case, as the host's own hostname does; the NetBIOS
+  // name is upper case.
+  if (GetComputerNameExA(ComputerNameDnsHostname, name, &size)) info.hostName.assign(name, size);
   size = sizeof name;
   if (GetUserNameA(name, &size) && size > 0) info.userName.assign(name, size - 1);
   info.platform = "Windows";

@@ -1,0 +1,112 @@
+'use strict';
+// GuiTool on real Win32 windows (under Wine for `npm run test:windows`).
+const test = require('node:test');
+const assert = require('node:assert/strict');
+
+const ombrix = require('..');
+const { windowHost, ownWindows, WS } = require('./windows/hosts');
+
+const skip = process.platform !== 'win32' && 'needs Win32 windows (npm run test:windows)';
+const SW = { MAXIMIZE: 3, MINIMIZE: 6, RESTORE: 9, SHOWMAXIMIZED: 3, SHOWNORMAL: 1 };
+// WINDOWPLACEMENT: length, flags, showCmd, ptMinPosition, ptMaxPosition, rcNormalPosition.
+const SHOW_CMD = 8;
+const NORMAL_RECT = 28;
+
+const rectOf = (placement) => [0, 1, 2, 3].map((i) => placement.readInt32LE(NORMAL_RECT + 4 * i));
+
+test('GuiTool on Win32 windows', { skip }, async (t) => {
+  const tool = ombrix.createGuiTool();
+  const host = await windowHost(t);
+
+  await t.test('enumeration lists visible titled windows top first, titles cut at 255', async () => {
+    const long = 'ombrix é✓ '.repeat(30);  // 300 UTF-16 units
+    const lower = await host.create({ title: 'ombrix lower' });
+    const upper = await host.create({ title: long });
+    const hidden = await host.create({ title: 'ombrix hidden', visible: false });
+    const untitled = await host.create({ title: '' });
+
+    // A window shown or restored goes on top of the others.
+    const order = () => tool.enumerateVisibleTopLevelWindows().map((w) => w.hwnd)
+      .filter((hwnd) => hwnd === lower || hwnd === upper);
+    assert.deepEqual(order(), [upper, lower]);
+    tool.showWindow(lower, SW.MINIMIZE);
+    tool.showWindow(lower, SW.RESTORE);
+    assert.deepEqual(order(), [lower, upper]);
+
+    const records = tool.enumerateVisibleTopLevelWindows();
+    assert.deepEqual(Object.keys(records[0]), ['hwnd', 'title']);
+    assert.equal(records.find((w) => w.hwnd === upper).title, long.slice(0, 255));
+    assert.equal(records.find((w) => w.hwnd === lower).title, 'ombrix lower');
+    assert.ok(!records.some((w) => w.hwnd === hidden || w.hwnd === untitled));
+    assert.equal(tool.isWindow(hidden), true);
+  });
+
+  await t.test('placement round trip on a window of this process; 43 bytes are refused', () => {
+    const own = ownWindows().createWindow('ombrix own', WS.OVERLAPPEDWINDOW, 0);
+    t.after(() => ownWindows().destroyWindow(own));
+    const placement = tool.getWindowPlacement(own);
+    assert.equal(placement.length, 44);
+    assert.equal(placement.readUInt32LE(0), 44);
+
+    const moved = Buffer.from(placement);
+    [100, 120, 500, 420].forEach((v, i) => moved.writeInt32LE(v, NORMAL_RECT + 4 * i));
+    assert.equal(tool.setWindowPlacement(own, moved), true);
+    assert.deepEqual(rectOf(tool.getWindowPlacement(own)), [100, 120, 500, 420]);
+
+    const short = Buffer.from(moved.subarray(0, 43));
+    short.writeInt32LE(7, NORMAL_RECT);
+    assert.equal(tool.setWindowPlacement(own, short), false);
+    assert.deepEqual(rectOf(tool.getWindowPlacement(own)), [100, 120, 500, 420]);
+  });
+
+  await t.test('alt-tab: app windows yes; hidden, owned, captionless and tool windows no', async () => {
+    const app = await host.create({ title: 'ombrix app' });
+    const owned = await host.create({ title: 'ombrix owned', owner: app, style: WS.DIALOG });
+    const cases = [
+      [app, true],
+      [owned, false],
+      [await host.create({ title: 'ombrix hidden', visible: false }), false],
+      [await host.create({ title: 'ombrix popup', style: WS.POPUP }), false],
+      [await host.create({ title: 'ombrix tool', exStyle: WS.EX_TOOLWINDOW }), false],
+      [await host.create({ title: 'ombrix tool app', exStyle: WS.EX_TOOLWINDOW | WS.EX_APPWINDOW }), true],
+    ];
+    assert.deepEqual(cases.map(([hwnd]) => tool.isAltTabWindow(hwnd)), cases.map(([, shown]) => shown));
+  });
+
+  await t.test('activation restores a minimised window as it was, then brings it to front', async () => {
+    const maximised = await host.create({ title: 'ombrix maximised' });
+    const normal = await host.create({ title: 'ombrix normal' });
+    tool.showWindow(maximised, SW.MAXIMIZE);
+    for (const hwnd of [maximised, normal]) {
+      tool.showWindow(hwnd, SW.MINIMIZE);
+      assert.equal(tool.isIconic(hwnd), true);
+    }
+    for (const [hwnd, showCmd] of [[maximised, SW.SHOWMAXIMIZED], [normal, SW.SHOWNORMAL]]) {
+      const result = await tool.activateWindow(hwnd);
+      assert.deepEqual([result.ok, result.lastError], [true, 0]);
+      assert.equal(tool.isIconic(hwnd), false);
+      assert.equal(tool.getWindowPlacement(hwnd).readUInt32LE(SHOW_CMD), showCmd);
+      assert.equal(tool.getForegroundHwnd(), hwnd);
+    }
+    // Already in front: the first tier is enough.
+    assert.deepEqual(await tool.activateWindow(normal), { ok: true, tier: 'direct', lastError: 0 });
+  });
+
+  await t.test('process queries name the window host', async () => {
+    const hwnd = await host.create({ title: 'ombrix process' });
+    assert.equal(tool.getWindowProcessId(hwnd), host.pid);
+    assert.match(tool.getProcessExePath(host.pid), /\\window_host\.exe$/i);
+    assert.equal(tool.getProcessExePath(0xfffffff0), null);
+  });
+
+  await t.test('a closed window: nothing to read, activation fails in the attach tier', async () => {
+    const hwnd = await host.create({ title: 'ombrix closed' });
+    assert.equal(await host.destroy(hwnd), true);
+    assert.equal(tool.isWindow(hwnd), false);
+    assert.equal(tool.getWindowProcessId(hwnd), 0);
+    assert.equal(tool.getWindowPlacement(hwnd), null);
+    const result = await tool.activateWindow(hwnd);
+    assert.deepEqual([result.ok, result.tier], [false, 'attach']);
+    assert.notEqual(result.lastError, 0);
+  });
+});
