@@ -44,14 +44,16 @@ function values() {
   ];
 }
 
+// [name, descriptor] of every method and accessor up the prototype chain.
 function methodsOf(object) {
-  const names = new Set();
+  const found = new Map();
   for (let proto = Object.getPrototypeOf(object); proto && proto !== Object.prototype;
     proto = Object.getPrototypeOf(proto)) {
-    for (const name of Object.getOwnPropertyNames(proto)) if (name !== 'constructor') names.add(name);
+    for (const name of Object.getOwnPropertyNames(proto)) {
+      if (name !== 'constructor' && !found.has(name)) found.set(name, Object.getOwnPropertyDescriptor(proto, name));
+    }
   }
-  return [...names].map((name) => [name, Object.getOwnPropertyDescriptor(Object.getPrototypeOf(object), name)
-    || Object.getOwnPropertyDescriptor(object, name)]).filter(([, d]) => d);
+  return [...found];
 }
 
 // Methods that act on the desktop for real where a window system exists.

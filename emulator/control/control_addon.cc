@@ -284,43 +284,42 @@ Napi::Value ChatStorm(const Napi::CallbackInfo& info) {
 }
 
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
-  exports.Set("sentryCounts", Napi::Function::New(env, SentryCounts, "sentryCounts"));
-  exports.Set("liveObjects", Napi::Function::New(env, LiveObjects, "liveObjects"));
-  exports.Set("injectThreadCreateFailure",
-              Napi::Function::New(env, InjectThreadCreateFailure, "injectThreadCreateFailure"));
-  exports.Set("emitLogs", Napi::Function::New(env, EmitLogs, "emitLogs"));
-  exports.Set("startLogStorm", Napi::Function::New(env, StartLogStorm, "startLogStorm"));
-  exports.Set("stopLogStorm", Napi::Function::New(env, StopLogStorm, "stopLogStorm"));
-  exports.Set("setMode", Napi::Function::New(env, SetMode, "setMode"));
-  exports.Set("getMode", Napi::Function::New(env, GetMode, "getMode"));
-  exports.Set("pendingCalls", Napi::Function::New(env, PendingCalls, "pendingCalls"));
-  exports.Set("completeCall", Napi::Function::New(env, CompleteCall, "completeCall"));
-  exports.Set("dropCall", Napi::Function::New(env, DropCall, "dropCall"));
-  exports.Set("setAutoComplete", Napi::Function::New(env, SetAutoComplete, "setAutoComplete"));
-  exports.Set("injectFault", Napi::Function::New(env, InjectFault, "injectFault"));
-  exports.Set("injectWeakLockFailure",
-              Napi::Function::New(env, InjectWeakLockFailure, "injectWeakLockFailure"));
-  exports.Set("emitConnectionState",
-              Napi::Function::New(env, EmitConnectionState, "emitConnectionState"));
-  exports.Set("announceToolService",
-              Napi::Function::New(env, AnnounceToolService, "announceToolService"));
-  exports.Set("disconnectToolService",
-              Napi::Function::New(env, DisconnectToolService, "disconnectToolService"));
-  exports.Set("liveClients", Napi::Function::New(env, LiveClients, "liveClients"));
-  exports.Set("mallocBytes", Napi::Function::New(env, MallocBytes, "mallocBytes"));
-  exports.Set("emitAccountTokenUpdated",
-              Napi::Function::New(env, EmitAccountTokenUpdated, "emitAccountTokenUpdated"));
-  exports.Set("cancelTransfers", Napi::Function::New(env, CancelTransfers, "cancelTransfers"));
-  exports.Set("setTransferRate", Napi::Function::New(env, SetTransferRate, "setTransferRate"));
-  exports.Set("setScreenLocked", Napi::Function::New(env, SetScreenLocked, "setScreenLocked"));
-  exports.Set("onDriveReport", Napi::Function::New(env, OnDriveReport, "onDriveReport"));
-  exports.Set("holdEvents", Napi::Function::New(env, HoldEvents, "holdEvents"));
-  exports.Set("drive", Napi::Function::New(env, Drive, "drive"));
-  exports.Set("driveReport", Napi::Function::New(env, DriveReport, "driveReport"));
-  exports.Set("inspect", Napi::Function::New(env, Inspect, "inspect"));
-  exports.Set("cancelToolCall", Napi::Function::New(env, CancelToolCall, "cancelToolCall"));
-  exports.Set("answerConfirm", Napi::Function::New(env, AnswerConfirm, "answerConfirm"));
-  exports.Set("chatStorm", Napi::Function::New(env, ChatStorm, "chatStorm"));
+  const std::pair<const char*, Napi::Function::Callback> functions[] = {
+      {"sentryCounts", SentryCounts},
+      {"liveObjects", LiveObjects},
+      {"injectThreadCreateFailure", InjectThreadCreateFailure},
+      {"emitLogs", EmitLogs},
+      {"startLogStorm", StartLogStorm},
+      {"stopLogStorm", StopLogStorm},
+      {"setMode", SetMode},
+      {"getMode", GetMode},
+      {"pendingCalls", PendingCalls},
+      {"completeCall", CompleteCall},
+      {"dropCall", DropCall},
+      {"setAutoComplete", SetAutoComplete},
+      {"injectFault", InjectFault},
+      {"injectWeakLockFailure", InjectWeakLockFailure},
+      {"emitConnectionState", EmitConnectionState},
+      {"announceToolService", AnnounceToolService},
+      {"disconnectToolService", DisconnectToolService},
+      {"liveClients", LiveClients},
+      {"mallocBytes", MallocBytes},
+      {"emitAccountTokenUpdated", EmitAccountTokenUpdated},
+      {"cancelTransfers", CancelTransfers},
+      {"setTransferRate", SetTransferRate},
+      {"setScreenLocked", SetScreenLocked},
+      {"onDriveReport", OnDriveReport},
+      {"holdEvents", HoldEvents},
+      {"drive", Drive},
+      {"driveReport", DriveReport},
+      {"inspect", Inspect},
+      {"cancelToolCall", CancelToolCall},
+      {"answerConfirm", AnswerConfirm},
+      {"chatStorm", ChatStorm},
+  };
+  for (const auto& [name, function] : functions) {
+    exports.Set(name, Napi::Function::New(env, function, name));
+  }
   return exports;
 }
 

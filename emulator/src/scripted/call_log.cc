@@ -37,28 +37,25 @@ uint64_t CallLog::Capture(const std::string& op, Json args, Completer complete) 
   return id;
 }
 
+CallLog::Completer CallLog::Take(uint64_t id) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  auto found = pending_.find(id);
+  if (found == pending_.end()) return nullptr;
+  Completer complete = std::move(found->second.complete);
+  pending_.erase(found);
+  return complete;
+}
+
 bool CallLog::Complete(uint64_t id, const Json& record) {
-  Completer complete;
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    auto found = pending_.find(id);
-    if (found == pending_.end()) return false;
-    complete = std::move(found->second.complete);
-    pending_.erase(found);
-  }
+  Completer complete = Take(id);
+  if (!complete) return false;
   TaskPool::Shared().Post([complete = std::move(complete), record] { complete(record); });
   return true;
 }
 
 bool CallLog::Drop(uint64_t id) {
-  Completer complete;
-  {
-    std::lock_guard<std::mutex> lock(mutex_);
-    auto found = pending_.find(id);
-    if (found == pending_.end()) return false;
-    complete = std::move(found->second.complete);
-    pending_.erase(found);
-  }
+  Completer complete = Take(id);
+  if (!complete) return false;
   // The callback is released on an SDK thread, as a real SDK would.
   TaskPool::Shared().Post([complete = std::move(complete)]() mutable { complete = nullptr; });
   return true;

@@ -38,6 +38,9 @@ class CallLog {
   void SetAutoComplete(const std::string& op, const Json& record);
 
  private:
+  // Removes a pending call; empty when the id is not pending.
+  Completer Take(uint64_t id);
+
   struct Entry {
     std::string op;
     Json args;
