@@ -7,7 +7,7 @@ const { Worker } = require('worker_threads');
 
 const ombrix = require('..');
 const emu = require('../emulator/js');
-const { collectAfterAll } = require('./helpers');
+const { collectAfterAll, waitFor } = require('./helpers');
 
 let client;
 collectAfterAll(test, () => { client = null; });
@@ -53,7 +53,8 @@ test('terminating a worker mid-call: its calls are released unanswered, the main
     worker.once('message', resolve);
     worker.once('error', reject);
   });
-  await new Promise((resolve) => setTimeout(resolve, 20));  // chunks keep flowing meanwhile
+  // The stream is still flowing when the worker goes.
+  await waitFor(() => emu.chat.streamEvents(drives.stream).length > 1, { what: 'a second chunk' });
   assert.equal(pendingCallbacks(), before + 3);
   await worker.terminate();
   assert.equal(pendingCallbacks(), before);
