@@ -13,7 +13,7 @@ void SdkFernwickManager::SetFernwickWorkspace(
   EMU_LOG(LogLevel::kInfo, "client", "%s: workspace of the second runtime: '%s'",
           serverName_.c_str(), Str(workspace).c_str());
   if (!callback) return;
-  TaskPool::Shared().Post([callback] { callback->OnResult(OperationResult{}); });
+  TaskPool::Quick().Post([callback] { callback->OnResult(OperationResult{}); });
 }
 
 }  // namespace emu

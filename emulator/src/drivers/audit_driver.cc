@@ -99,7 +99,7 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
       observer = SharedPtr<AuditSessionObserverItf>(recorder);
       observerId = Json(TheRegistry().observers.Add(std::make_pair(observer, recorder)));
     }
-    TaskPool::Shared().Post([session, observer] { session->SetObserver(observer); });
+    TaskPool::Quick().Post([session, observer] { session->SetObserver(observer); });
     return Json::MakeObject({{"observer", observerId}});
   }
   return DriveError("unknown audit session operation " + op);

@@ -41,7 +41,7 @@ template <class Record, class Call, class Describe>
 Json StartDrive(const std::string& op, int listener, Call call, Describe describe) {
   uint64_t drive = DriveLog::Shared().Begin(op, listener);
   SharedPtr<CallbackItf<const Record&>> callback(new DriveCallback<Record>(drive, describe));
-  TaskPool::Shared().Post([call, callback] { call(callback); });
+  TaskPool::Quick().Post([call, callback] { call(callback); });
   return Json::MakeObject({{"drive", drive}});
 }
 

@@ -68,7 +68,7 @@ Json Drive(const std::string& op, const Json& args, int listener) {
       observer = SharedPtr<NotificationObserverItf>(recorder);
       id = Json(Observers().Add(std::make_pair(observer, recorder)));
     }
-    TaskPool::Shared().Post([service, observer] { service->SetObserver(observer); });
+    TaskPool::Quick().Post([service, observer] { service->SetObserver(observer); });
     return Json::MakeObject({{"observer", id}});
   }
   if (op == "getNotifications") {

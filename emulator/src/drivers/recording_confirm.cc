@@ -42,7 +42,7 @@ bool RecordingConfirm::Answer(uint32_t request, const std::string& responseJson)
     if (found == requests_.end() || !found->second.callback) return false;
     callback = std::move(found->second.callback);
   }
-  TaskPool::Shared().Post([callback, responseJson] {
+  TaskPool::Quick().Post([callback, responseJson] {
     callback->OnResult(ConfirmResult{responseJson.c_str()});
   });
   return true;

@@ -1,5 +1,6 @@
 #include "runtime/task_pool.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -13,11 +14,12 @@ namespace quelt {
 namespace ombrix {
 namespace emu {
 
-namespace {
-constexpr int kMaxThreads = 32;
-}
-
 struct TaskPool::State {
+  State(std::string name, int maxThreads) : name(std::move(name)), maxThreads(maxThreads) {}
+  void Work(int index);
+
+  const std::string name;
+  const int maxThreads;
   std::mutex mutex;
   std::condition_variable wake;
   std::deque<std::function<void()>> tasks;
@@ -25,12 +27,14 @@ struct TaskPool::State {
   int idle = 0;
 };
 
-TaskPool& TaskPool::Shared() {
-  static TaskPool* pool = [] {
-    auto* created = new TaskPool();
-    created->state_ = new State();
-    return created;
-  }();
+TaskPool& TaskPool::Quick() {
+  static TaskPool* pool = new TaskPool(
+      new State("ombrix-pool", std::max(2, static_cast<int>(std::thread::hardware_concurrency()))));
+  return *pool;
+}
+
+TaskPool& TaskPool::Blocking() {
+  static TaskPool* pool = new TaskPool(new State("ombrix-work", 32));
   return *pool;
 }
 
@@ -42,7 +46,7 @@ void TaskPool::Post(std::function<void()> task) {
   {
     std::lock_guard<std::mutex> lock(state->mutex);
     state->tasks.push_back(std::move(task));
-    if (state->idle < static_cast<int>(state->tasks.size()) && state->threads < kMaxThreads) {
+    if (state->idle < static_cast<int>(state->tasks.size()) && state->threads < state->maxThreads) {
       spawn = true;
       index = state->threads++;
     }
@@ -50,31 +54,33 @@ void TaskPool::Post(std::function<void()> task) {
     // one needs the (system-call) wake-up.
     wake = state->idle > 0;
   }
-  if (!spawn) {
-    if (wake) state->wake.notify_one();
-    return;
+  if (spawn) {
+    std::thread([state, index] { state->Work(index); }).detach();
+  } else if (wake) {
+    state->wake.notify_one();
   }
-  std::thread([state, index] {
-    NameCurrentThread("ombrix-pool-" + std::to_string(index));
-    std::unique_lock<std::mutex> lock(state->mutex);
-    for (;;) {
-      ++state->idle;
-      state->wake.wait(lock, [&] { return !state->tasks.empty(); });
-      --state->idle;
-      std::function<void()> next = std::move(state->tasks.front());
-      state->tasks.pop_front();
-      lock.unlock();
-      try {
-        next();
-      } catch (const std::exception& e) {
-        EMU_LOG(LogLevel::kError, "pool", "task threw: %s", e.what());
-      } catch (...) {
-        EMU_LOG(LogLevel::kError, "pool", "task threw");
-      }
-      next = nullptr;  // release captures before waiting again
-      lock.lock();
+}
+
+void TaskPool::State::Work(int index) {
+  NameCurrentThread(name + "-" + std::to_string(index));
+  std::unique_lock<std::mutex> lock(mutex);
+  for (;;) {
+    ++idle;
+    wake.wait(lock, [&] { return !tasks.empty(); });
+    --idle;
+    std::function<void()> next = std::move(tasks.front());
+    tasks.pop_front();
+    lock.unlock();
+    try {
+      next();
+    } catch (const std::exception& e) {
+      EMU_LOG(LogLevel::kError, "pool", "task threw: %s", e.what());
+    } catch (...) {
+      EMU_LOG(LogLevel::kError, "pool", "task threw");
     }
-  }).detach();
+    next = nullptr;  // release captures before waiting again
+    lock.lock();
+  }
 }
 
 }  // namespace emu

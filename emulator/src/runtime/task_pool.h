@@ -1,6 +1,13 @@
-// The SDK's shared worker threads: where loopback work runs and where
-// callbacks are delivered from. Grows on demand up to a fixed size, so a few
-// long operations (a command that sleeps) cannot stall quick ones for long.
+// The SDK's shared worker threads, in two pools.
+//
+// Quick: where callbacks are delivered from and where the drivers make their
+// calls. Its tasks never wait on anything, so it keeps one thread per core:
+// a burst of deliveries is worked through by threads that stay busy, instead
+// of waking a new thread (a system call and a context switch) per task.
+//
+// Blocking: where loopback work runs (a command that sleeps, a large copy).
+// It grows on demand up to a fixed size, so a few long operations cannot
+// stall quick ones for long.
 #pragma once
 
 #include <functional>
@@ -11,14 +18,16 @@ namespace emu {
 
 class TaskPool {
  public:
-  // Process-wide; never destroyed (its threads may outlive static destruction).
-  static TaskPool& Shared();
+  // Process-wide; never destroyed (their threads may outlive static destruction).
+  static TaskPool& Quick();
+  static TaskPool& Blocking();
+
   void Post(std::function<void()> task);
 
  private:
-  TaskPool() = default;
   struct State;
-  State* state_ = nullptr;
+  explicit TaskPool(State* state) : state_(state) {}
+  State* state_;
 };
 
 }  // namespace emu

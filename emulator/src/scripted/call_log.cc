@@ -29,7 +29,7 @@ uint64_t CallLog::Capture(const std::string& op, Json args, Completer complete) 
     }
   }
   if (autoComplete) {
-    TaskPool::Shared().Post([complete = std::move(complete), autoRecord] { complete(autoRecord); });
+    TaskPool::Quick().Post([complete = std::move(complete), autoRecord] { complete(autoRecord); });
   } else {
     EMU_LOG(LogLevel::kDebug, "scripted", "captured %s #%llu", op.c_str(),
             static_cast<unsigned long long>(id));
@@ -49,7 +49,7 @@ CallLog::Completer CallLog::Take(uint64_t id) {
 bool CallLog::Complete(uint64_t id, const Json& record) {
   Completer complete = Take(id);
   if (!complete) return false;
-  TaskPool::Shared().Post([complete = std::move(complete), record] { complete(record); });
+  TaskPool::Quick().Post([complete = std::move(complete), record] { complete(record); });
   return true;
 }
 
@@ -57,7 +57,7 @@ bool CallLog::Drop(uint64_t id) {
   Completer complete = Take(id);
   if (!complete) return false;
   // The callback is released on an SDK thread, as a real SDK would.
-  TaskPool::Shared().Post([complete = std::move(complete)]() mutable { complete = nullptr; });
+  TaskPool::Quick().Post([complete = std::move(complete)]() mutable { complete = nullptr; });
   return true;
 }
 

@@ -99,7 +99,7 @@ SharedPtr<OperationHandleItf> Perform(Mode mode, const char* op, Json args,
   }
   EMU_LOG(LogLevel::kInfo, "operation", "%s %s", op, args.Dump().c_str());
   auto cancel = std::make_shared<loopback::CancelFlag>();
-  TaskPool::Shared().Post([callback, cancel, work = std::move(work)]() {
+  TaskPool::Blocking().Post([callback, cancel, work = std::move(work)]() {
     DeliverValue(*callback.get(), work(*cancel));
   });
   return SharedPtr<OperationHandleItf>(new OperationHandle(op, cancel, 0));
