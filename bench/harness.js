@@ -59,7 +59,7 @@ async function inFlight(op, n, limit) {
 
 function printTable(rows) {
   const header = ['benchmark', 'subject', 'baseline', 'baseline figure', 'ratio', 'spread'];
-  const figure = (value, unit) => (unit === 'ms' || unit === 'µs' ? value.toFixed(1) : value.toFixed(0));
+  const figure = (value, unit) => (['ms', 'µs', 'x'].includes(unit) ? value.toFixed(1) : value.toFixed(0));
   const lines = rows.map((r) => [r.name, figure(r.subject, r.unit), r.baselineName, figure(r.baseline, r.unit),
     `${r.ratio.toFixed(2)}x`, `±${(r.spread * 50).toFixed(0)}%`]);
   const widths = header.map((h, i) => Math.max(h.length, ...lines.map((l) => l[i].length)));

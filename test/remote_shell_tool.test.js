@@ -38,7 +38,7 @@ test('shellExec: arguments, result keys, cancellation and failures (scripted)', 
 });
 
 test('loopback: real commands, exit codes, working directory and cancellation',
-  { skip: process.platform === 'win32' && 'the substitute SDK has no loopback shell on Windows' }, async () => {
+  { skip: process.platform === 'win32' && 'the substitute SDK has no loopback shell on Windows', timeout: 30000 }, async () => {
   const { clientIn } = require('./helpers');
   const shell = await clientIn('loopback').createRemoteShellTool();
   const ok = await shell.shellExec('local', 'echo out; echo err >&2; pwd', '/tmp');
@@ -53,4 +53,13 @@ test('loopback: real commands, exit codes, working directory and cancellation',
   const cancelled = await sleeping;
   assert.deepEqual([cancelled.success, cancelled.errorMessage, cancelled.exitCode],
     [false, 'Cancelled', 128 + 15]);
+
+  // Long commands, more of them than there are cores, do not hold up a quick one.
+  const later = new AbortController();
+  const long = Array.from({ length: 6 }, () => shell.shellExec('local', 'sleep 30', '', later.signal));
+  assert.equal((await shell.shellExec('local', 'echo quick', '')).stdoutOutput, 'quick\n');
+  later.abort();
+  for (const result of await Promise.all(long)) {
+    assert.deepEqual([result.success, result.errorMessage], [false, 'Cancelled']);
+  }
 });

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "runtime/log.h"
 #include "runtime/worker_thread.h"
@@ -14,6 +15,14 @@ namespace quelt {
 namespace ombrix {
 namespace emu {
 
+// A thread with nothing to do sleeps on its own condition variable until a
+// poster claims it: each task wakes at most one sleeper, and a burst of
+// posts while the threads are busy wakes none.
+struct Sleeper {
+  std::condition_variable wake;
+  bool claimed = false;
+};
+
 struct TaskPool::State {
   State(std::string name, int maxThreads) : name(std::move(name)), maxThreads(maxThreads) {}
   void Work(int index);
@@ -21,10 +30,9 @@ struct TaskPool::State {
   const std::string name;
   const int maxThreads;
   std::mutex mutex;
-  std::condition_variable wake;
   std::deque<std::function<void()>> tasks;
+  std::vector<Sleeper*> sleepers;
   int threads = 0;
-  int idle = 0;
 };
 
 TaskPool& TaskPool::Quick() {
@@ -40,34 +48,35 @@ TaskPool& TaskPool::Blocking() {
 
 void TaskPool::Post(std::function<void()> task) {
   State* state = state_;
-  bool spawn = false;
-  bool wake = false;
-  int index = 0;
+  Sleeper* sleeper = nullptr;
+  int spawn = -1;
   {
     std::lock_guard<std::mutex> lock(state->mutex);
     state->tasks.push_back(std::move(task));
-    if (state->idle < static_cast<int>(state->tasks.size()) && state->threads < state->maxThreads) {
-      spawn = true;
-      index = state->threads++;
+    if (!state->sleepers.empty()) {
+      sleeper = state->sleepers.back();
+      state->sleepers.pop_back();
+      sleeper->claimed = true;
+    } else if (state->threads < state->maxThreads) {
+      spawn = state->threads++;
     }
-    // A busy thread takes the next task without being woken: only an idle
-    // one needs the (system-call) wake-up.
-    wake = state->idle > 0;
   }
-  if (spawn) {
-    std::thread([state, index] { state->Work(index); }).detach();
-  } else if (wake) {
-    state->wake.notify_one();
-  }
+  // Sleepers live as long as their threads, which never end.
+  if (sleeper) sleeper->wake.notify_one();
+  if (spawn >= 0) std::thread([state, spawn] { state->Work(spawn); }).detach();
 }
 
 void TaskPool::State::Work(int index) {
   NameCurrentThread(name + "-" + std::to_string(index));
+  Sleeper self;
   std::unique_lock<std::mutex> lock(mutex);
   for (;;) {
-    ++idle;
-    wake.wait(lock, [&] { return !tasks.empty(); });
-    --idle;
+    if (tasks.empty()) {
+      sleepers.push_back(&self);
+      self.wake.wait(lock, [&] { return self.claimed; });
+      self.claimed = false;
+      continue;  // another thread may have taken the task meanwhile
+    }
     std::function<void()> next = std::move(tasks.front());
     tasks.pop_front();
     lock.unlock();

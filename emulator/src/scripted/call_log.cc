@@ -15,21 +15,21 @@ CallLog& CallLog::Shared() {
 
 uint64_t CallLog::Capture(const std::string& op, Json args, Completer complete) {
   uint64_t id;
-  Json autoRecord;
-  bool autoComplete = false;
+  std::shared_ptr<const Json> autoRecord;
   {
     std::lock_guard<std::mutex> lock(mutex_);
     id = nextId_++;
     auto rule = autoComplete_.find(op);
     if (rule != autoComplete_.end()) {
-      autoComplete = true;
       autoRecord = rule->second;
     } else {
-      pending_[id] = Entry{op, std::move(args), CurrentThreadName(), false, std::move(complete)};
+      std::string text = args.Dump();
+      text.shrink_to_fit();  // Dump grows it by doubling; it is kept for as long as the call pends
+      pending_[id] = Entry{op, std::move(text), CurrentThreadName(), false, std::move(complete)};
     }
   }
-  if (autoComplete) {
-    TaskPool::Quick().Post([complete = std::move(complete), autoRecord] { complete(autoRecord); });
+  if (autoRecord) {
+    TaskPool::Quick().Post([complete = std::move(complete), autoRecord] { complete(*autoRecord); });
   } else {
     EMU_LOG(LogLevel::kDebug, "scripted", "captured %s #%llu", op.c_str(),
             static_cast<unsigned long long>(id));
@@ -73,7 +73,7 @@ Json CallLog::Pending() const {
   for (const auto& entry : pending_) {
     calls.Push(Json::MakeObject({{"id", Json(entry.first)},
                                  {"op", Json(entry.second.op)},
-                                 {"args", entry.second.args},
+                                 {"args", Json::Parse(entry.second.args)},
                                  {"thread", Json(entry.second.thread)},
                                  {"cancelled", Json(entry.second.cancelled)}}));
   }
@@ -85,7 +85,7 @@ void CallLog::SetAutoComplete(const std::string& op, const Json& record) {
   if (record.IsNull()) {
     autoComplete_.erase(op);
   } else {
-    autoComplete_[op] = record;
+    autoComplete_[op] = std::make_shared<const Json>(record);
   }
 }
 

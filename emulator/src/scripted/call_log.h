@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -43,7 +44,7 @@ class CallLog {
 
   struct Entry {
     std::string op;
-    Json args;
+    std::string args;  // as text: a pending call's arguments are read only when listed
     std::string thread;
     bool cancelled = false;
     Completer complete;
@@ -52,7 +53,8 @@ class CallLog {
   mutable std::mutex mutex_;
   uint64_t nextId_ = 1;
   std::map<uint64_t, Entry> pending_;
-  std::map<std::string, Json> autoComplete_;
+  // Shared, not copied, by the completions in flight.
+  std::map<std::string, std::shared_ptr<const Json>> autoComplete_;
 };
 
 }  // namespace emu

@@ -278,38 +278,69 @@ class Parser {
 
 }  // namespace
 
+namespace {
+template <class T>
+const T& Empty() {
+  static const T* empty = new T();
+  return *empty;
+}
+}  // namespace
+
+bool Json::AsBool() const {
+  const bool* value = std::get_if<bool>(&value_);
+  return value && *value;
+}
+
+double Json::AsNumber() const {
+  const double* value = std::get_if<double>(&value_);
+  return value ? *value : 0;
+}
+
+const std::string& Json::AsString() const {
+  const std::string* value = std::get_if<std::string>(&value_);
+  return value ? *value : Empty<std::string>();
+}
+
+const Json::Array& Json::AsArray() const {
+  const Array* value = std::get_if<Array>(&value_);
+  return value ? *value : Empty<Array>();
+}
+
+const Json::Object& Json::AsObject() const {
+  const Object* value = std::get_if<Object>(&value_);
+  return value ? *value : Empty<Object>();
+}
+
 const Json& Json::operator[](const std::string& key) const {
-  if (type_ == Type::kObject) {
-    for (const auto& member : object_) {
-      if (member.first == key) return member.second;
-    }
+  for (const auto& member : AsObject()) {
+    if (member.first == key) return member.second;
   }
   return NullJson();
 }
 
 bool Json::Has(const std::string& key) const {
-  if (type_ != Type::kObject) return false;
-  for (const auto& member : object_) {
+  for (const auto& member : AsObject()) {
     if (member.first == key) return true;
   }
   return false;
 }
 
 Json& Json::Set(const std::string& key, Json value) {
-  if (type_ == Type::kNull) type_ = Type::kObject;
-  for (auto& member : object_) {
+  if (!IsObject()) value_ = Object();
+  Object& object = std::get<Object>(value_);
+  for (auto& member : object) {
     if (member.first == key) {
       member.second = std::move(value);
       return *this;
     }
   }
-  object_.emplace_back(key, std::move(value));
+  object.emplace_back(key, std::move(value));
   return *this;
 }
 
 Json& Json::Push(Json value) {
-  if (type_ == Type::kNull) type_ = Type::kArray;
-  array_.push_back(std::move(value));
+  if (!IsArray()) value_ = Array();
+  std::get<Array>(value_).push_back(std::move(value));
   return *this;
 }
 

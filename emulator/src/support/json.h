@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
 
 namespace quelt {
@@ -15,6 +16,7 @@ namespace emu {
 
 class Json {
  public:
+  // In the order of the alternatives that hold them.
   enum class Type { kNull, kBool, kNumber, kString, kArray, kObject };
   using Array = std::vector<Json>;
   using Member = std::pair<std::string, Json>;
@@ -22,39 +24,40 @@ class Json {
 
   Json() = default;
   Json(std::nullptr_t) {}  // NOLINT
-  Json(bool value) : type_(Type::kBool), bool_(value) {}  // NOLINT
-  Json(double value) : type_(Type::kNumber), number_(value) {}  // NOLINT
+  Json(bool value) : value_(value) {}  // NOLINT
+  Json(double value) : value_(value) {}  // NOLINT
   Json(int32_t value) : Json(static_cast<double>(value)) {}  // NOLINT
   Json(uint32_t value) : Json(static_cast<double>(value)) {}  // NOLINT
   Json(int64_t value) : Json(static_cast<double>(value)) {}  // NOLINT
   Json(uint64_t value) : Json(static_cast<double>(value)) {}  // NOLINT
-  Json(std::string value) : type_(Type::kString), string_(std::move(value)) {}  // NOLINT
-  Json(const char* value) : type_(value ? Type::kString : Type::kNull), string_(value ? value : "") {}  // NOLINT
-  Json(Array value) : type_(Type::kArray), array_(std::move(value)) {}  // NOLINT
-  Json(Object value) : type_(Type::kObject), object_(std::move(value)) {}  // NOLINT
+  Json(std::string value) : value_(std::move(value)) {}  // NOLINT
+  Json(const char* value) { if (value) value_ = std::string(value); }  // NOLINT
+  Json(Array value) : value_(std::move(value)) {}  // NOLINT
+  Json(Object value) : value_(std::move(value)) {}  // NOLINT
 
   static Json MakeObject(std::initializer_list<Member> members) { return Json(Object(members)); }
 
-  Type type() const { return type_; }
-  bool IsNull() const { return type_ == Type::kNull; }
-  bool IsBool() const { return type_ == Type::kBool; }
-  bool IsNumber() const { return type_ == Type::kNumber; }
-  bool IsString() const { return type_ == Type::kString; }
-  bool IsArray() const { return type_ == Type::kArray; }
-  bool IsObject() const { return type_ == Type::kObject; }
+  Type type() const { return static_cast<Type>(value_.index()); }
+  bool IsNull() const { return type() == Type::kNull; }
+  bool IsBool() const { return type() == Type::kBool; }
+  bool IsNumber() const { return type() == Type::kNumber; }
+  bool IsString() const { return type() == Type::kString; }
+  bool IsArray() const { return type() == Type::kArray; }
+  bool IsObject() const { return type() == Type::kObject; }
 
-  bool AsBool() const { return bool_; }
-  double AsNumber() const { return number_; }
-  const std::string& AsString() const { return string_; }
-  const Array& AsArray() const { return array_; }
-  const Object& AsObject() const { return object_; }
+  // A value of another type reads as false, 0 or empty.
+  bool AsBool() const;
+  double AsNumber() const;
+  const std::string& AsString() const;
+  const Array& AsArray() const;
+  const Object& AsObject() const;
 
   // Object member, or null when absent (or not an object).
   const Json& operator[](const std::string& key) const;
   bool Has(const std::string& key) const;
-  // Appends or replaces a member; turns a null value into an object.
+  // Appends or replaces a member; turns a value that is not an object into one.
   Json& Set(const std::string& key, Json value);
-  // Appends to an array; turns a null value into an array.
+  // Appends to an array; turns a value that is not an array into one.
   Json& Push(Json value);
 
   std::string Dump() const;
@@ -62,12 +65,9 @@ class Json {
   static Json Parse(const std::string& text);
 
  private:
-  Type type_ = Type::kNull;
-  bool bool_ = false;
-  double number_ = 0;
-  std::string string_;
-  Array array_;
-  Object object_;
+  // One alternative at a time keeps a value (and each object member) small:
+  // scripted calls hold their arguments as Json for as long as they pend.
+  std::variant<std::monostate, bool, double, std::string, Array, Object> value_;
 };
 
 }  // namespace emu
