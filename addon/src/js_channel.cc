@@ -5,16 +5,15 @@
 namespace ombrix_addon {
 
 namespace {
-// Keeps the channel alive until Node is done with its function.
-using Keepalive = std::shared_ptr<JsChannel>;
+void* const kNoData = nullptr;
 }  // namespace
 
 std::shared_ptr<JsChannel> JsChannel::Create(Napi::Env env, const char* resourceName,
                                              Napi::Function callback, OnClosed onClosed) {
-  std::shared_ptr<JsChannel> channel(new JsChannel());
+  auto channel = std::make_shared<JsChannel>(Token());
   channel->onClosed_ = std::move(onClosed);
-  auto* keepalive = new Keepalive(channel);
-  auto finalize = [](Napi::Env finalizeEnv, Keepalive* self, JsChannel* context) {
+  auto finalize = [](Napi::Env finalizeEnv, void*, JsChannel* context) {
+    std::shared_ptr<JsChannel> last = std::move(context->self_);  // freed on return, at the latest
     {
       std::lock_guard<std::mutex> lock(context->mutex_);
       context->open_ = false;
@@ -27,17 +26,11 @@ std::shared_ptr<JsChannel> JsChannel::Create(Napi::Env env, const char* resource
       }
       context->onClosed_ = nullptr;
     }
-    delete self;
   };
-  try {
-    channel->tsfn_ =
-        callback.IsEmpty()
-            ? Tsfn::New(env, resourceName, 0, 1, channel.get(), finalize, keepalive)
-            : Tsfn::New(env, callback, resourceName, 0, 1, channel.get(), finalize, keepalive);
-  } catch (...) {
-    delete keepalive;
-    throw;
-  }
+  channel->tsfn_ = callback.IsEmpty()
+                       ? Tsfn::New(env, resourceName, 0, 1, channel.get(), finalize, kNoData)
+                       : Tsfn::New(env, callback, resourceName, 0, 1, channel.get(), finalize, kNoData);
+  channel->self_ = channel;
   channel->open_ = true;
   return channel;
 }

@@ -46,12 +46,17 @@ class JsChannel {
   void Release();
   void Abort();
 
+  // Only Create can make the token, so only Create makes channels.
+  class Token {
+    friend class JsChannel;
+    explicit Token() = default;
+  };
+  explicit JsChannel(Token) {}
   JsChannel(const JsChannel&) = delete;
   JsChannel& operator=(const JsChannel&) = delete;
   ~JsChannel() = default;
 
  private:
-  JsChannel() = default;
   static void Dispatch(Napi::Env env, Napi::Function callback, JsChannel* channel, JsTask* task);
   void Close(napi_threadsafe_function_release_mode mode);
 
@@ -60,6 +65,8 @@ class JsChannel {
   Tsfn tsfn_;
   bool open_ = false;
   OnClosed onClosed_;
+  // The channel keeps itself alive until Node is done with its function.
+  std::shared_ptr<JsChannel> self_;
 };
 
 }  // namespace ombrix_addon
