@@ -52,21 +52,21 @@ async function run() {
   // that spread against fs.promises.stat's, rounds interleaved: on a busy
   // machine the tail is the scheduler's, and stat's shows how much.
   const spreadOf = (samples) => percentile(samples, 0.99) / percentile(samples, 0.5);
-  const tool = [];
-  const stats = [];
+  const toolSamples = [];
+  const statSamples = [];
   for (let i = 0; i < 5; ++i) {
-    tool.push(await latencies(subjectOp, 5000));
-    stats.push(await latencies(stat, 5000));
+    toolSamples.push(await latencies(subjectOp, 5000));
+    statSamples.push(await latencies(stat, 5000));
   }
-  const p50 = median(tool.map((s) => percentile(s, 0.5)));
-  const p99 = median(tool.map((s) => percentile(s, 0.99)));
-  const spreads = tool.map(spreadOf);
+  const p50 = median(toolSamples.map((s) => percentile(s, 0.5)));
+  const p99 = median(toolSamples.map((s) => percentile(s, 0.99)));
+  const spreads = toolSamples.map(spreadOf);
   rows.push({ name: 'round trip latency p99 (µs), 1 in flight', subject: p99, baselineName: 'p50 (µs)', baseline: p50,
     ratio: p99 / p50, spread: (Math.max(...spreads) - Math.min(...spreads)) / (p99 / p50), unit: 'µs' });
-  const ratios = tool.map((s, i) => spreadOf(s) / spreadOf(stats[i]));
+  const ratios = toolSamples.map((s, i) => spreadOf(s) / spreadOf(statSamples[i]));
   const ratio = median(ratios);
   rows.push({ name: 'latency p99/p50, 1 in flight', subject: median(spreads), baselineName: 'fs.promises.stat p99/p50',
-    baseline: median(stats.map(spreadOf)), ratio, spread: (Math.max(...ratios) - Math.min(...ratios)) / ratio, unit: 'x' });
+    baseline: median(statSamples.map(spreadOf)), ratio, spread: (Math.max(...ratios) - Math.min(...ratios)) / ratio, unit: 'x' });
   emu.autoComplete('ReadFile', null);
   return rows;
 }
