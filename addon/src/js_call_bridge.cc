@@ -1,5 +1,9 @@
 #include "js_call_bridge.h"
 
+#include <exception>
+
+#include "addon_state.h"
+
 namespace ombrix_addon {
 
 namespace {
@@ -12,6 +16,15 @@ class QueuedCall final : public JsTask {
  private:
   std::shared_ptr<PendingJsCallBase> call_;
 };
+
+// A failure of the module's own fulfilment handler (a result it cannot
+// convert) reaches the application as an unhandled rejection, without passing
+// through the derived promise that answered rejections also go to.
+void RaiseUnhandled(Napi::Env env, Napi::Value reason) {
+  Napi::Promise::Deferred::New(env).Reject(reason);
+}
+
+Napi::Value Ignore(const Napi::CallbackInfo& info) { return info.Env().Undefined(); }
 
 }  // namespace
 
@@ -64,27 +77,31 @@ void PendingJsCallBase::Run(Napi::Env env) {
   // released when the last handler is.
   std::shared_ptr<PendingJsCallBase> self = shared_from_this();
   Napi::Function onFulfilled = Napi::Function::New(env, [self](const Napi::CallbackInfo& info) {
-    self->Fulfilled(info.Env(), info.Length() > 0 ? info[0] : info.Env().Undefined());
+    try {
+      self->Fulfilled(info.Env(), info.Length() > 0 ? info[0] : info.Env().Undefined());
+    } catch (const Napi::Error& error) {
+      RaiseUnhandled(info.Env(), error.Value());
+    } catch (const std::exception& error) {
+      RaiseUnhandled(info.Env(), Napi::Error::New(info.Env(), error.what()).Value());
+    }
   });
   Napi::Function onRejected = Napi::Function::New(env, [self](const Napi::CallbackInfo& info) {
-    self->serviceRejected_ = true;
     self->Fail(info.Length() > 0 ? ReasonMessage(info[0]) : "Unknown error");
-  });
-  // The promise "then" returns rejects too when the service rejects; that
-  // rejection is the one already answered, so only a failure of our own
-  // handler is passed on.
-  Napi::Function guard = Napi::Function::New(env, [self](const Napi::CallbackInfo& info) {
-    if (!self->serviceRejected_) {
-      throw Napi::Error(info.Env(), info.Length() > 0 ? info[0] : info.Env().Undefined());
-    }
   });
   Napi::Object promise = result.As<Napi::Object>();
   Napi::Value derived = promise.Get("then").As<Napi::Function>().Call(promise, {onFulfilled});
   promise.Get("catch").As<Napi::Function>().Call(promise, {onRejected});
+  // The promise "then" returns rejects too when the service rejects: with the
+  // rejection already answered. The fulfilment handler never throws, so that
+  // is the only way it rejects, and one function shared by every call
+  // settles it.
   if (derived.IsObject()) {
     Napi::Object then = derived.As<Napi::Object>();
     Napi::Value catchMethod = then.Get("catch");
-    if (catchMethod.IsFunction()) catchMethod.As<Napi::Function>().Call(then, {guard});
+    if (catchMethod.IsFunction()) {
+      catchMethod.As<Napi::Function>().Call(
+          then, {AddonState::Get(env).SharedFunction(env, "answeredRejection", Ignore)});
+    }
   }
 }
 

@@ -79,9 +79,6 @@ class PendingJsCallBase : public std::enable_shared_from_this<PendingJsCallBase>
   PendingJsCallBase(std::shared_ptr<JsTarget> target, std::string method, const BridgeRules& rules)
       : target_(std::move(target)), method_(std::move(method)), rules_(rules) {}
 
-  // Set once the service's Promise has rejected.
-  bool serviceRejected_ = false;
-
   virtual std::vector<napi_value> Arguments(Napi::Env env) = 0;
   virtual void Fulfilled(Napi::Env env, Napi::Value value) = 0;
   virtual void Fail(std::string message) = 0;
