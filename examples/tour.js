@@ -51,7 +51,7 @@ async function shell(client, scratch) {
   const ran = await tool.shellExec('this-machine', command, scratch);
   say(`exit ${ran.exitCode}: ${ran.stdoutOutput.trim()}`);
   const controller = new AbortController();
-  const sleeping = tool.shellExec('this-machine', process.platform === 'win32' ? 'timeout 30' : 'sleep 30', scratch,
+  const sleeping = tool.shellExec('this-machine', process.platform === 'win32' ? 'ping -n 31 127.0.0.1 >NUL' : 'sleep 30', scratch,
     controller.signal);
   setTimeout(() => controller.abort(), 100);
   const cancelled = await sleeping;

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Compiles the desktop helpers for 64-bit Windows (MinGW-w64): the Win32
-# platform units and the units they share with every platform. Object files
-# only; needs `npm install` (for the Node-API headers) and Debian's
+# platform units and the units they share with every platform, and the
+# substitute SDK's Win32 loopback units. Object files only; needs
+# `npm install` (for the Node-API headers) and Debian's
 # g++-mingw-w64-x86-64-posix.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"

@@ -197,13 +197,14 @@ test('ten thousand concurrent reads each settle exactly once', async () => {
 
 const fs = require('fs');
 const path = require('path');
+const net = require('net');
 const { spawn } = require('child_process');
 const { clientIn, scratchDir } = require('./helpers');
 
 const dir = scratchDir(test);
-const skip = process.platform === 'win32' && 'the substitute SDK has no loopback file operations on Windows';
+const windows = process.platform === 'win32';
 
-test('loopback: write, read, replace and search a real file', { skip }, async () => {
+test('loopback: write, read, replace and search a real file', async () => {
   const tool = await clientIn('loopback').createRemoteFileTool();
   const file = path.join(dir, 'nested', 'notes.txt');
   const written = await tool.fileWrite('local', file, 'alpha\nBeta\ngamma beta\n');
@@ -225,14 +226,23 @@ test('loopback: write, read, replace and search a real file', { skip }, async ()
   assert.match(replaced.message, /1/);
   assert.equal(fs.readFileSync(file, 'utf8'), 'alpha\nBeta\ngamma BETA\ndelta\n');
 
-  const missing = await tool.fileRead('local', path.join(dir, 'absent.txt'));
-  assert.equal(missing.success, false);
-  assert.match(missing.errorMessage, /absent\.txt/);
+  // Beyond Windows' MAX_PATH.
+  const far = path.join(dir, ...Array(12).fill('abcdefghijklmnopqrstuvwxyz'), 'far.txt');
+  assert.equal((await tool.fileWrite('local', far, 'far\n', false, true)).success, true);
+  assert.equal((await tool.fileReplace('local', far, 'far', 'near')).success, true);
+  assert.equal((await tool.fileRead('local', far)).content, 'near\n');
+
+  // The same messages from every platform's errors.
+  const absent = path.join(dir, 'absent.txt');
+  const missing = await tool.fileRead('local', absent);
+  assert.deepEqual([missing.success, missing.errorMessage], [false, `No such file or directory: ${absent}`]);
+  assert.equal((await tool.fileRead('local', dir)).errorMessage, `Is a directory: ${dir}`);
+  assert.equal((await tool.fileWrite('local', dir, 'x')).errorMessage, `Is a directory: ${dir}`);
   const noParent = await tool.fileWrite('local', path.join(dir, 'no', 'dir', 'f'), 'x', false, false);
   assert.equal(noParent.success, false);
 });
 
-test('loopback: find by name and list a real tree', { skip }, async () => {
+test('loopback: find by name and list a real tree', async () => {
   const tool = await clientIn('loopback').createRemoteFileTool();
   const root = path.join(dir, 'tree');
   for (const name of ['a.c', 'b.c', 'c.h', 'sub/d.c', 'sub/e.txt', '.hidden.c']) {
@@ -241,7 +251,8 @@ test('loopback: find by name and list a real tree', { skip }, async () => {
   }
   const all = await tool.fileFindByName('local', root, '*.c');
   assert.deepEqual(all.filePaths.map((p) => path.relative(root, p)).sort(),
-    ['.hidden.c', 'a.c', 'b.c', 'sub/d.c']);
+    ['.hidden.c', 'a.c', 'b.c', path.join('sub', 'd.c')]);
+  assert.ok(all.filePaths.every((p) => p.startsWith(root + path.sep)), 'native separators');
   assert.deepEqual([all.totalFound, all.truncated], [4, false]);
   const limited = await tool.fileFindByName('local', root, '*.c', 2);
   assert.deepEqual([limited.filePaths.length, limited.totalFound, limited.truncated], [2, 4, true]);
@@ -253,33 +264,52 @@ test('loopback: find by name and list a real tree', { skip }, async () => {
   const hidden = await tool.dirList('local', root, true);
   assert.equal(hidden.entries[0].name, '.hidden.c');
   const notDir = await tool.dirList('local', path.join(root, 'a.c'));
-  assert.equal(notDir.success, false);
+  assert.deepEqual([notDir.success, notDir.errorMessage], [false, `Not a directory: ${path.join(root, 'a.c')}`]);
 });
 
-test('loopback: cancelling an endless search or a whole-disk find settles unsuccessfully', { skip }, async (t) => {
-  const tool = await clientIn('loopback').createRemoteFileTool();
+// A file that never ends: a FIFO fed by `yes`, or on Windows a named pipe
+// this process feeds. Null where neither can be made.
+async function endlessFile(t) {
+  if (windows) {
+    const pipe = `\\\\.\\pipe\\ombrix-endless-${process.pid}`;
+    const line = Buffer.from('no match here\n'.repeat(4096));
+    const server = net.createServer((socket) => {
+      const pump = () => { while (socket.write(line)); };
+      socket.on('drain', pump).on('error', () => {});
+      pump();
+    });
+    await new Promise((resolve) => server.listen(pipe, resolve));
+    t.after(() => server.close());
+    return pipe;
+  }
   const fifo = path.join(dir, 'endless');
   try {
     require('child_process').execFileSync('mkfifo', [fifo]);
   } catch {
-    t.skip('mkfifo is not available');
-    return;
+    return null;
   }
   // The writer holds the FIFO open read-write, so a reader never sees end-of-file.
   const writer = spawn('sh', ['-c', 'exec 3<>"$0"; echo ready; exec yes "no match here" >&3', fifo]);
+  t.after(() => writer.kill());
   await new Promise((resolve) => writer.stdout.once('data', resolve));
-  try {
-    const search = new AbortController();
-    const searching = tool.fileSearch('local', fifo, 'needle', false, true, search.signal);
-    const find = new AbortController();
-    const finding = tool.fileFindByName('local', '/', 'no-such-file-*', -1, find.signal);
-    await settle(50);
-    search.abort();
-    find.abort();
-    const [searched, found] = await Promise.all([searching, finding]);
-    assert.deepEqual([searched.success, searched.errorMessage], [false, 'Cancelled']);
-    assert.deepEqual([found.success, found.errorMessage], [false, 'Cancelled']);
-  } finally {
-    writer.kill();
+  return fifo;
+}
+
+test('loopback: cancelling an endless search or a whole-disk find settles unsuccessfully', async (t) => {
+  const tool = await clientIn('loopback').createRemoteFileTool();
+  const endless = await endlessFile(t);
+  if (!endless) {
+    t.skip('mkfifo is not available');
+    return;
   }
+  const search = new AbortController();
+  const searching = tool.fileSearch('local', endless, 'needle', false, true, search.signal);
+  const find = new AbortController();
+  const finding = tool.fileFindByName('local', path.parse(dir).root, 'no-such-file-*', -1, find.signal);
+  await settle(50);
+  search.abort();
+  find.abort();
+  const [searched, found] = await Promise.all([searching, finding]);
+  assert.deepEqual([searched.success, searched.errorMessage], [false, 'Cancelled']);
+  assert.deepEqual([found.success, found.errorMessage], [false, 'Cancelled']);
 });

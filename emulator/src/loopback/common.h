@@ -17,9 +17,11 @@ namespace loopback {
 
 inline constexpr const char kCancelled[] = "Cancelled";
 
-// "<reason>: <path>", the way the device words a failed file operation.
+// "<reason>: <path>", the way the device words a failed file operation. The
+// reason is the POSIX one wherever there is one: std::filesystem on Windows
+// reports system errors, worded by Windows ("Access is denied").
 inline std::string PathError(const std::error_code& ec, const std::string& path) {
-  return ec.message() + ": " + path;
+  return ec.default_error_condition().message() + ": " + path;
 }
 
 inline std::error_code LastError() noexcept { return {errno, std::generic_category()}; }

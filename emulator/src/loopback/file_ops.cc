@@ -302,11 +302,12 @@ FileWriteResult WriteTextFile(const std::string& path, const std::string& conten
     }
     std::error_code ec;
     if (createDirs) {
-      const std::filesystem::path parent = std::filesystem::path(path).parent_path();
+      // Paths are UTF-8, which only u8path() reads as such everywhere.
+      const std::filesystem::path parent = std::filesystem::u8path(path).parent_path();
       if (!parent.empty() && !std::filesystem::is_directory(parent, ec)) {
         std::filesystem::create_directories(parent, ec);
         if (ec) {
-          result.errorMessage = PathError(ec, parent.string());
+          result.errorMessage = PathError(ec, parent.u8string());
           return result;
         }
       }
@@ -533,7 +534,7 @@ FileFindResult FindByName(const std::string& directory, const std::string& patte
           if (result.filePaths.size() < limit) {
             std::string& found = result.filePaths.emplace_back();
             found.reserve(dirPath.size() + 1 + name.size());
-            found.append(dirPath).append(1, '/').append(name);
+            found.append(dirPath).append(1, fs::kSeparator).append(name);
           }
         },
         unreadable, ec);

@@ -38,9 +38,10 @@
 // matches a leading dot. The walk is recursive and pre-order, does not follow
 // symlinks below `directory` (a symlinked `directory` itself is followed), and
 // reports matching files and directories alike as "<directory>/<relative
-// path>"; `directory` itself is not a candidate. Unreadable subdirectories are
-// skipped and counted in `message`. maxResults < 0 is unlimited, 0 returns no
-// paths; `totalFound` counts every match.
+// path>" ('\\' on Windows); `directory` itself is not a candidate.
+// Unreadable subdirectories are skipped and counted in `message`.
+// maxResults < 0 is unlimited, 0 returns no paths; `totalFound` counts every
+// match.
 //
 // ListDir: entries sorted by name in byte order, without "." and "..", dot
 // entries only with showHidden. Types come from lstat (symlinks are not

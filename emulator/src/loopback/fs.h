@@ -1,6 +1,7 @@
 // The platform primitives behind the loopback file operations, kept apart so
-// that the operations themselves stay portable. fs_posix.cc implements them
-// for POSIX systems; a Windows port adds its own file beside it.
+// that the operations themselves stay portable: fs_posix.cc implements them
+// for POSIX systems, fs_win.cc for Windows. Paths are UTF-8 on both; errors
+// are in the generic category wherever a POSIX errno says the same thing.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +30,7 @@ class File {
   File& operator=(const File&) = delete;
   ~File();
 
-  bool IsOpen() const noexcept { return fd_ >= 0; }
+  bool IsOpen() const noexcept { return fd_ != -1; }
   // Bytes read, 0 at the end, -1 on error.
   int64_t Read(char* buffer, size_t size, std::error_code& ec) noexcept;
   bool WriteAll(std::string_view data, std::error_code& ec) noexcept;
@@ -43,8 +44,13 @@ class File {
   friend File OpenForWriting(const std::string&, bool, std::error_code&) noexcept;
   friend bool ReplaceContents(const std::string&, std::string_view, std::string&,
                               std::error_code&) noexcept;
-  explicit File(int fd) noexcept : fd_(fd) {}
-  int fd_ = -1;
+#if defined(_WIN32)
+  using Native = intptr_t;  // a HANDLE; INVALID_HANDLE_VALUE is -1
+#else
+  using Native = int;  // a file descriptor
+#endif
+  explicit File(Native fd) noexcept : fd_(fd) {}
+  Native fd_ = -1;
 };
 
 // A directory fails with "Is a directory".
@@ -68,15 +74,26 @@ struct EntryInfo {
 };
 
 // Calls `visit` for each entry of `path` except "." and "..", in directory
-// order, with lstat data. Dot entries are skipped unless `includeHidden`.
+// order, with lstat data. Dot entries are skipped unless `includeHidden`; on
+// Windows too, where entries with the hidden attribute are listed like any
+// other (a caller asking for no dot entries still sees every file it can
+// open). Windows reports symbolic links and junctions as kSymlink.
 // Fails with ec set, or with std::errc::operation_canceled.
 bool ListEntries(const std::string& path, bool includeHidden, const CancelFlag& cancel,
                  const std::function<void(std::string_view name, const EntryInfo&)>& visit,
                  std::error_code& ec);
 
-// Walks the tree below `root` in pre-order without following symlinks below
-// it. `visit(dirPath, name)` gets the display path of the parent
-// ("<root>/<relative dir>", root without trailing slashes). Subdirectories that cannot be opened
+// The separator display paths are built with.
+#if defined(_WIN32)
+inline constexpr char kSeparator = '\\';
+#else
+inline constexpr char kSeparator = '/';
+#endif
+
+// Walks the tree below `root` in pre-order without following symlinks (or,
+// on Windows, junctions) below it. `visit(dirPath, name)` gets the display
+// path of the parent ("<root>/<relative dir>", root without trailing
+// separators, kSeparator between parts). Subdirectories that cannot be opened
 // are skipped and counted in `unreadable`. Fails (ec set) only when `root` cannot be walked or on
 // cancellation (std::errc::operation_canceled).
 bool WalkTree(const std::string& root, const CancelFlag& cancel,

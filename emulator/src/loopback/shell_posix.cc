@@ -13,8 +13,10 @@
 #include <memory>
 #include <utility>
 
+#include "loopback/captured_output.h"
 #include "loopback/common.h"
 #include "loopback/shell.h"
+#include "loopback/shell_start.h"
 
 extern char** environ;
 
@@ -68,21 +70,14 @@ bool MakePipe(Fd& readEnd, Fd& writeEnd) noexcept {
 
 struct Stream {
   Fd fd;
-  std::string kept;
-  uint64_t total = 0;
-  size_t limit = 0;
-
-  bool Truncated() const noexcept { return total > kept.size(); }
+  CapturedOutput output;
 
   // Reads what is available now; the descriptor is closed at end of stream.
   void Drain(char* buffer, int maxReads) {
     for (int i = 0; fd.get() >= 0 && i < maxReads; ++i) {
       const ssize_t count = read(fd.get(), buffer, kReadChunk);
       if (count > 0) {
-        total += static_cast<uint64_t>(count);
-        if (kept.size() < limit) {
-          kept.append(buffer, std::min(static_cast<size_t>(count), limit - kept.size()));
-        }
+        output.Append(buffer, static_cast<size_t>(count));
       } else if (count < 0 && errno == EINTR) {
         continue;
       } else if (count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
@@ -170,12 +165,6 @@ class Child {
   int fallbackMs_ = 1;
 };
 
-bool IsUsableDirectory(const std::string& path) noexcept {
-  struct stat st;
-  return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode) &&
-         faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) == 0;
-}
-
 // Starts /bin/sh -c `command` in a new process group. Returns 0 or an errno.
 int Spawn(const std::string& command, const std::string& workingDir, int stdoutFd, int stderrFd,
           pid_t& pid) noexcept {
@@ -217,25 +206,10 @@ int Spawn(const std::string& command, const std::string& workingDir, int stdoutF
   return error;
 }
 
-void NoteTruncation(const char* name, const Stream& stream, std::string& message) {
-  if (!stream.Truncated()) return;
-  message += message.find("output truncated") == std::string::npos ? "; output truncated (" : " (";
-  message += std::string(name) + ": kept " + std::to_string(stream.kept.size()) + " of " +
-             std::to_string(stream.total) + " bytes)";
-}
-
 ShellExecResult Run(const std::string& command, const std::string& workingDir,
                     const CancelFlag& cancel, const ShellLimits& limits) {
   ShellExecResult result;
-  result.exitCode = -1;
-  if (!workingDir.empty() && !IsUsableDirectory(workingDir)) {
-    result.errorMessage = "No such directory: " + workingDir;
-    return result;
-  }
-  if (cancel.IsSet()) {
-    result.errorMessage = kCancelled;
-    return result;
-  }
+  if (!MayStart(workingDir, cancel, result)) return result;
   Stream streams[2];
   Fd stdoutWrite;
   Fd stderrWrite;
@@ -245,15 +219,12 @@ ShellExecResult Run(const std::string& command, const std::string& workingDir,
   }
   pid_t pid = -1;
   if (const int error = Spawn(command, workingDir, stdoutWrite.get(), stderrWrite.get(), pid)) {
-    // The directory was fine a moment ago; if it is not now, that is why.
-    result.errorMessage = !workingDir.empty() && !IsUsableDirectory(workingDir)
-                              ? "No such directory: " + workingDir
-                              : "Cannot start /bin/sh: " + std::generic_category().message(error);
+    result.errorMessage = StartFailure(workingDir, "Cannot start /bin/sh: " + std::generic_category().message(error));
     return result;
   }
   stdoutWrite.Reset();
   stderrWrite.Reset();
-  streams[0].limit = streams[1].limit = limits.maxOutputBytes;
+  for (Stream& stream : streams) stream.output.SetLimit(limits.maxOutputBytes);
   std::unique_ptr<char[]> buffer(new char[kReadChunk]);
 
   Child child(pid);
@@ -276,10 +247,6 @@ ShellExecResult Run(const std::string& command, const std::string& workingDir,
   }
   for (Stream& stream : streams) stream.Drain(buffer.get(), kFinalReads);
   const int status = child.Reap();
-  for (Stream& stream : streams) {
-    if (stream.Truncated())
-      stream.kept.resize(Utf8SafeLength(stream.kept.data(), stream.kept.size()));
-  }
 
   std::string outcome;
   if (status == -1) {
@@ -291,17 +258,18 @@ ShellExecResult Run(const std::string& command, const std::string& workingDir,
     result.exitCode = WEXITSTATUS(status);
     outcome = "Command exited with code " + std::to_string(result.exitCode);
   }
-  result.success = !cancelled && status != -1 && WIFEXITED(status) && result.exitCode == 0;
-  if (!result.success) result.errorMessage = cancelled ? kCancelled : outcome;
-  result.message = cancelled ? std::string(kCancelled) + " (" + outcome + ")" : outcome;
-  NoteTruncation("stdout", streams[0], result.message);
-  NoteTruncation("stderr", streams[1], result.message);
-  result.stdoutOutput = std::move(streams[0].kept);
-  result.stderrOutput = std::move(streams[1].kept);
+  CapturedOutput::Finish(status != -1 && WIFEXITED(status), cancelled, outcome, streams[0].output,
+                         streams[1].output, result);
   return result;
 }
 
 }  // namespace
+
+bool IsUsableDirectory(const std::string& path) {
+  struct stat st;
+  return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode) &&
+         faccessat(AT_FDCWD, path.c_str(), X_OK, AT_EACCESS) == 0;
+}
 
 ShellExecResult RunShell(const std::string& command, const std::string& workingDir,
                          const CancelFlag& cancel, const ShellLimits& limits) noexcept {

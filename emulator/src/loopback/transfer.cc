@@ -8,7 +8,9 @@
 #include "loopback/common.h"
 #include "loopback/fs.h"
 
-#if !defined(_WIN32)
+#if defined(_WIN32)
+#include <process.h>
+#else
 #include <unistd.h>
 #endif
 
@@ -28,19 +30,22 @@ struct Failure {
 
 int ProcessId() {
 #if defined(_WIN32)
-  return 0;
+  return _getpid();
 #else
   return static_cast<int>(getpid());
 #endif
 }
 
+// Paths are UTF-8, which only u8path() and u8string() keep as such everywhere.
+stdfs::path PathOf(const std::string& utf8) { return stdfs::u8path(utf8); }
+
 // Unique among concurrent transfers of this process and others.
 std::string TemporaryPathFor(const stdfs::path& destination) {
   static std::atomic<uint64_t> counter{0};
   stdfs::path temporary = destination;
-  temporary.replace_filename("." + destination.filename().string() + ".part-" +
-                             std::to_string(ProcessId()) + "-" + std::to_string(++counter));
-  return temporary.string();
+  temporary.replace_filename(PathOf("." + destination.filename().u8string() + ".part-" +
+                                    std::to_string(ProcessId()) + "-" + std::to_string(++counter)));
+  return temporary.u8string();
 }
 
 // Copies the open source into `temporaryPath`; false with `failure` set.
@@ -122,11 +127,11 @@ FileTransferStatus TransferFile(const std::string& source, const std::string& de
       status.errorMessage = "Path is empty";
     } else {
       std::error_code ec;
-      stdfs::path target(destination);
-      if (stdfs::is_directory(target, ec)) target /= stdfs::path(source).filename();
-      status.path = target.string();
+      stdfs::path target = PathOf(destination);
+      if (stdfs::is_directory(target, ec)) target /= PathOf(source).filename();
+      status.path = target.u8string();
 
-      const stdfs::file_status kind = stdfs::status(source, ec);
+      const stdfs::file_status kind = stdfs::status(PathOf(source), ec);
       fs::File in;
       if (ec || kind.type() == stdfs::file_type::not_found) {
         fail({ec ? ec : std::make_error_code(std::errc::no_such_file_or_directory), source});
@@ -147,7 +152,7 @@ FileTransferStatus TransferFile(const std::string& source, const std::string& de
                       failure)) {
           fail(failure);
         } else {
-          stdfs::rename(temporaryPath, target, ec);
+          stdfs::rename(PathOf(temporaryPath), target, ec);
           if (ec) {
             fail({ec, status.path});
           } else {
@@ -162,7 +167,7 @@ FileTransferStatus TransferFile(const std::string& source, const std::string& de
   }
   if (!temporaryPath.empty()) {
     std::error_code ignored;
-    stdfs::remove(temporaryPath, ignored);
+    stdfs::remove(PathOf(temporaryPath), ignored);
   }
   status.fileSize = copied;
   status.transferTime = static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(
