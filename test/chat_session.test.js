@@ -185,8 +185,9 @@ test('stream functions refuse a receiver without their stream', async () => {
   assert.equal(stream.onChunk(), undefined);  // a missing argument is ignored
 });
 
-// Under Wine 8 this load ends, about one run in six, in a NULL read inside
-// Wine's own ntdll (never on Linux, under ASan or TSan); it stays out of the
+// Under Wine 8 this load has ended, on some days about one run in six, in a
+// NULL read inside Wine's own ntdll, and on others never in dozens of runs of
+// the same code (never on Linux, under ASan or TSan); it stays out of the
 // Windows run until it is run down on real Windows.
 const wineStorm = process.platform === 'win32' && 'an intermittent fault inside Wine under this load (open defect)';
 
