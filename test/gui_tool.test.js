@@ -82,7 +82,7 @@ test('on a desktop without windows every method answers that nothing was found o
   });
 
 test('getProcessExePath reads the process image on Linux',
-  { skip: process.platform !== 'linux' }, () => {
+  { skip: process.platform !== 'linux' && 'reads the image path from /proc' }, () => {
     const tool = ombrix.createGuiTool();
     assert.equal(tool.getProcessExePath(process.pid), fs.realpathSync(process.execPath));
     assert.equal(tool.getProcessExePath(-1), null);  // uint32: no such process
