@@ -329,6 +329,15 @@ export interface OmbrixClient {
    * @throws {Error} "createFernwickManager failed: " followed by the SDK's message
    */
   createFernwickManager(manager?: FernwickManager | null): FernwickManagerHandle;
+  /**
+   * Lets go of the SDK client now instead of at collection: observer events stop, the client no
+   * longer keeps the process alive, and its methods throw "Client is not initialized" (or
+   * "OmbrixClient is not initialized") from then on. Tools made earlier keep their own hold on the
+   * SDK and answer as the SDK does without a client. Calling it again does nothing.
+   */
+  close(): void;
+  /** The same as close(): `using client = createOmbrixClient(…)` closes it at the end of the scope. */
+  [Symbol.dispose](): void;
 }
 
 // ---------------------------------------------------------------------------

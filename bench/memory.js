@@ -7,9 +7,9 @@
 // node's own native side of each call counts too.
 const ombrix = require('..');
 const emu = require('../emulator/js');
-const { bindingPath } = require('../lib/binding');
+const { helperPath, load } = require('../lib/binding');
 
-const floor = require(bindingPath('ombrix_bench_baseline'));
+const floor = load(helperPath('bench', 'ombrix_bench_baseline'));
 
 async function collected() {
   for (let i = 0; i < 3; ++i) {

@@ -4,7 +4,7 @@
 // timed inside that process.
 const { execFileSync } = require('child_process');
 const path = require('path');
-const { bindingPath } = require('../lib/binding');
+const { helperPath } = require('../lib/binding');
 const { median } = require('./harness');
 
 function loadMs(target) {
@@ -18,7 +18,7 @@ async function run() {
   const floorMs = [];
   for (let i = 0; i < 9; ++i) {
     moduleMs.push(loadMs(path.resolve(__dirname, '..')));
-    floorMs.push(loadMs(bindingPath('ombrix_bench_baseline')));
+    floorMs.push(loadMs(helperPath('bench', 'ombrix_bench_baseline')));
   }
   const subject = median(moduleMs);
   const baseline = median(floorMs);

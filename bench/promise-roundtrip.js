@@ -8,10 +8,10 @@
 const fsp = require('fs').promises;
 const ombrix = require('..');
 const emu = require('../emulator/js');
-const { bindingPath } = require('../lib/binding');
+const { helperPath, load } = require('../lib/binding');
 const { compare, inFlight, median } = require('./harness');
 
-const floor = require(bindingPath('ombrix_bench_baseline'));
+const floor = load(helperPath('bench', 'ombrix_bench_baseline'));
 
 function percentile(sorted, p) {
   return sorted[Math.min(sorted.length - 1, Math.floor(sorted.length * p))];

@@ -1,15 +1,27 @@
 # The interface target `ombrix_napi`: Node-API and node-addon-api headers with
-# the module's Node-API settings. Expects OMBRIX_NODE_MODULES.
-# Node-API comes from npm packages only: no header download at build time.
-foreach(dep node-api-headers node-addon-api)
-  if(NOT EXISTS "${OMBRIX_NODE_MODULES}/${dep}")
-    message(FATAL_ERROR "${dep} is missing: run `npm install` first")
-  endif()
-endforeach()
+# the module's Node-API settings. Both come from npm packages, found the way
+# Node finds them (a package installed into an app has them hoisted beside it,
+# or in pnpm's store): no header download at build time.
+find_program(OMBRIX_NODE_EXECUTABLE NAMES node nodejs)
+if(NOT OMBRIX_NODE_EXECUTABLE)
+  message(FATAL_ERROR "node was not found: it locates node-api-headers and node-addon-api")
+endif()
+execute_process(
+  COMMAND "${OMBRIX_NODE_EXECUTABLE}" "${CMAKE_CURRENT_LIST_DIR}/napi_paths.js" "${CMAKE_SOURCE_DIR}"
+  OUTPUT_VARIABLE OMBRIX_NAPI_PATHS
+  ERROR_VARIABLE napi_error
+  RESULT_VARIABLE napi_result)
+if(NOT napi_result EQUAL 0)
+  message(FATAL_ERROR "node-api-headers or node-addon-api cannot be resolved from ${CMAKE_SOURCE_DIR}: "
+                      "run `npm install` first\n${napi_error}")
+endif()
+list(GET OMBRIX_NAPI_PATHS 0 OMBRIX_NAPI_INCLUDE_DIR)
+list(GET OMBRIX_NAPI_PATHS 1 OMBRIX_NODE_ADDON_API_DIR)
+list(GET OMBRIX_NAPI_PATHS 2 OMBRIX_NAPI_DEF)
+
 add_library(ombrix_napi INTERFACE)
 target_include_directories(ombrix_napi SYSTEM INTERFACE
-  "${OMBRIX_NODE_MODULES}/node-api-headers/include"
-  "${OMBRIX_NODE_MODULES}/node-addon-api")
+  "${OMBRIX_NAPI_INCLUDE_DIR}" "${OMBRIX_NODE_ADDON_API_DIR}")
 # A JS exception raised while a worker is being terminated cannot be thrown;
 # without SWALLOW, node-addon-api turns that into a C++ exception escaping a
 # thread-safe function's call-back, which ends the whole process.

@@ -8,7 +8,7 @@ if(NOT CMAKE_DLLTOOL)
   find_program(CMAKE_DLLTOOL NAMES x86_64-w64-mingw32-dlltool dlltool REQUIRED)
 endif()
 
-set(napi_def "${OMBRIX_NODE_MODULES}/node-api-headers/def/node_api.def")
+set(napi_def "${OMBRIX_NAPI_DEF}")
 set(napi_import "${CMAKE_BINARY_DIR}/napi/libnode.a")
 set(napi_delay_import "${CMAKE_BINARY_DIR}/napi/libnode_delay.a")
 add_custom_command(OUTPUT "${napi_import}" "${napi_delay_import}"

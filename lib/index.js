@@ -1,5 +1,5 @@
 'use strict';
 // The module itself: the native exports, unchanged.
-const { bindingPath } = require('./binding');
+const { load, modulePath } = require('./binding');
 
-module.exports = require(bindingPath('ombrix_addon'));
+module.exports = load(modulePath());

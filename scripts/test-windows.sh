@@ -19,7 +19,7 @@ for tool in cmake npm x86_64-w64-mingw32-g++-posix wine wineserver; do
 done
 
 cmake --no-warn-unused-cli -S "$root" -B "$build" -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64-x86_64.cmake" \
-  -DCMAKE_BUILD_TYPE=Release >/dev/null
+  -DCMAKE_BUILD_TYPE=Release -DOMBRIX_DEVELOPER=ON >/dev/null
 cmake --build "$build" --parallel "$(nproc)"
 
 # node.exe, fetched once into the cache.

@@ -4,7 +4,7 @@ const assert = require('node:assert/strict');
 
 const ombrix = require('..');
 const emu = require('../emulator/js');
-const { settle, rejection, collectAfterAll, waitFor } = require('./helpers');
+const { settle, rejection, collectAfterAll, waitFor, runNode } = require('./helpers');
 
 emu.setMode('scripted');
 collectAfterAll(test);
@@ -112,4 +112,27 @@ test('the Fernwick workspace settles once: a path, not available, or aborted', a
   outcomes.push((await rejection(dropped)).message);
   assert.deepEqual(outcomes, ['/work/space', 'Error: Fernwick workspace not available',
     'Error: Fernwick workspace not available', 'Fernwick workspace request aborted']);
+});
+
+test('close() releases the client: the process ends by itself, its methods refuse, its tools still answer', async () => {
+  const source = `
+    const ombrix = require('.');
+    const fs = require('fs');
+    const chat = { async createSession() { return { code: 0 }; } };
+    const notifications = { async getNotifications() { return { notifications: [] }; }, setObserver() {} };
+    const client = ombrix.createOmbrixClient({ serverName: 'closing' }, chat, notifications);
+    client.setObserver({ onNewToolService() {}, onToolServiceDisconnected() {} });
+    client.setAuditManager({ async createSession() { return {}; }, async getSessions() { return {}; } });
+    client.createRemoteFileTool().then(async (files) => {
+      client.close();
+      client[Symbol.dispose]();  // a second close is harmless
+      let refused;
+      try { client.createRemoteShellTool(); } catch (e) { refused = e.message; }
+      const read = await files.fileRead('d', ${JSON.stringify(__filename)}, 1, 1);
+      console.log(JSON.stringify({ refused, read: read.success, dispose: typeof Symbol.dispose }));
+    });`;
+  const { code, stdout, stderr, timedOut } = await runNode(source, { timeoutMs: 20000 });
+  assert.equal(timedOut, false, 'a closed client kept the process alive');
+  assert.equal(code, 0, stderr);
+  assert.deepEqual(JSON.parse(stdout), { refused: 'Client is not initialized', read: true, dispose: 'symbol' });
 });

@@ -2,12 +2,15 @@
 const test = require('node:test');
 const assert = require('node:assert/strict');
 const { execFileSync } = require('child_process');
+const fs = require('fs');
+const os = require('os');
 const { Worker } = require('worker_threads');
 const path = require('path');
 
 const ombrix = require('..');
 const emu = require('../emulator/js');
-const { bindingPath } = require('../lib/binding');
+const { modulePath } = require('../lib/binding');
+const { root, runNode } = require('./helpers');
 
 const ENUMS = {
   RemoteDeviceStatus: [['UNKNOWN', 0], ['OFFLINE', 1], ['ONLINE', 2]],
@@ -70,7 +73,7 @@ test('getSDKVersion returns a fresh record of the build', () => {
 test('the module exports only its two Node-API entry points', (t) => {
   let symbols;
   try {
-    symbols = execFileSync('nm', ['-D', '--defined-only', bindingPath('ombrix_addon')],
+    symbols = execFileSync('nm', ['-D', '--defined-only', modulePath()],
       { encoding: 'utf8' });
   } catch {
     t.skip('nm is not available');
@@ -82,10 +85,10 @@ test('the module exports only its two Node-API entry points', (t) => {
 
 test('each environment that loads the module starts and stops crash reporting', async () => {
   const before = emu.sentryCounts();
-  const modulePath = path.resolve(__dirname, '..');
+  const packageDir = path.resolve(__dirname, '..');
   for (let i = 0; i < 3; ++i) {
     const worker = new Worker(
-      `require(${JSON.stringify(modulePath)}).getSDKVersion();`, { eval: true });
+      `require(${JSON.stringify(packageDir)}).getSDKVersion();`, { eval: true });
     await new Promise((resolve, reject) => {
       worker.on('error', reject);
       worker.on('exit', resolve);
@@ -96,4 +99,44 @@ test('each environment that loads the module starts and stops crash reporting', 
   assert.equal(after.shutdown - before.shutdown, 3);
   // The main environment is still running and still works.
   assert.equal(typeof ombrix.getSDKVersion().version, 'string');
+});
+
+test('ES modules import every export by name, the very objects require gives', async () => {
+  const source = `
+    import { createRequire } from 'node:module';
+    import * as named from 'ombrix_addon';
+    const cjs = createRequire(import.meta.url)('ombrix_addon');
+    const keys = Object.keys(cjs);
+    const missing = keys.filter((k) => named[k] !== cjs[k]);
+    const extra = Object.keys(named).filter((k) => k !== 'default' && !keys.includes(k));
+    console.log(JSON.stringify({ count: keys.length, missing, extra, whole: named.default === cjs }));`;
+  const { code, stdout, stderr } = await runNode(source, { args: ['--input-type=module'] });
+  assert.equal(code, 0, stderr);
+  assert.deepEqual(JSON.parse(stdout), { count: 21, missing: [], extra: [], whole: true });
+});
+
+test('a missing binary is named with where it was looked for and how to build it', async () => {
+  // A copy of the package's JavaScript with no build and no prebuilt binaries.
+  const copy = fs.mkdtempSync(path.join(os.tmpdir(), 'ombrix-nobinary-'));
+  fs.cpSync(path.join(root, 'lib'), path.join(copy, 'lib'), { recursive: true });
+  fs.copyFileSync(path.join(root, 'package.json'), path.join(copy, 'package.json'));
+  fs.symlinkSync(path.join(root, 'node_modules'), path.join(copy, 'node_modules'));
+  const platform = `${process.platform}-${process.arch}`;
+  try {
+    const missing = await runNode(`try { require(${JSON.stringify(copy)}); } catch (e) {
+      console.log(JSON.stringify({ code: e.code, message: e.message })); }`);
+    const error = JSON.parse(missing.stdout);
+    assert.equal(error.code, 'ERR_OMBRIX_LOAD');
+    for (const part of [`no native module for ${platform}`, path.join(copy, 'build', 'Release'),
+      path.join(copy, 'prebuilds', platform), 'npm rebuild ombrix_addon']) {
+      assert.ok(error.message.includes(part), `"${part}" is not in: ${error.message}`);
+    }
+    // A binary that is there but does not load says which file and why.
+    fs.mkdirSync(path.join(copy, 'prebuilds', platform), { recursive: true });
+    fs.writeFileSync(path.join(copy, 'prebuilds', platform, 'ombrix_addon.node'), 'not a library');
+    const broken = await runNode(`try { require(${JSON.stringify(copy)}); } catch (e) { console.log(e.message); }`);
+    assert.match(broken.stdout, /ombrix_addon\.node could not be loaded \(.+\)\..*npm rebuild ombrix_addon/s);
+  } finally {
+    fs.rmSync(copy, { recursive: true, force: true });
+  }
 });

@@ -77,7 +77,9 @@ function membersOf(checker, symbol) {
     let kind = 'property';
     if (flags & ts.SymbolFlags.Method) kind = 'method';
     else if (flags & ts.SymbolFlags.GetAccessor) kind = 'accessor';
-    members.set(member.getName(), { kind, errors: errorTexts(member.getDeclarations()[0]) });
+    // A well-known symbol key reads as the source writes it: [Symbol.dispose].
+    const name = member.getName().replace(/^__@(\w+)@\d+$/, '[Symbol.$1]');
+    members.set(name, { kind, errors: errorTexts(member.getDeclarations()[0]) });
   }
   return members;
 }
@@ -102,9 +104,11 @@ function runtimeKind(value) {
 
 function runtimeMembers(prototype) {
   const members = new Map();
-  for (const name of Object.getOwnPropertyNames(prototype)) {
-    if (name === 'constructor') continue;
-    const descriptor = Object.getOwnPropertyDescriptor(prototype, name);
+  for (const key of Reflect.ownKeys(prototype)) {
+    if (key === 'constructor') continue;
+    const descriptor = Object.getOwnPropertyDescriptor(prototype, key);
+    const wellKnown = typeof key === 'symbol' && Object.getOwnPropertyNames(Symbol).find((n) => Symbol[n] === key);
+    const name = typeof key === 'symbol' ? `[${wellKnown ? `Symbol.${wellKnown}` : key.description}]` : key;
     members.set(name, descriptor.get ? 'accessor' : typeof descriptor.value === 'function' ? 'method' : 'property');
   }
   return members;

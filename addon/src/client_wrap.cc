@@ -2,6 +2,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "account_tool_wrap.h"
 #include "addon_state.h"
@@ -107,9 +108,8 @@ constexpr const char* kOmbrixClientNotInitialized = "OmbrixClient is not initial
 }  // namespace
 
 void OmbrixClient::Init(Napi::Env env) {
-  Napi::Function constructor = DefineClass(
-      env, kClassName,
-      {TaggedMethod<&OmbrixClient::CreateAccountTool>("createAccountTool"),
+  std::vector<Napi::ClassPropertyDescriptor<OmbrixClient>> members{
+       TaggedMethod<&OmbrixClient::CreateAccountTool>("createAccountTool"),
        TaggedMethod<&OmbrixClient::CreateRemoteFileTransferTool>("createRemoteFileTransferTool"),
        TaggedMethod<&OmbrixClient::CreateRemoteControlTool>("createRemoteControlTool"),
        TaggedMethod<&OmbrixClient::CreateRemoteFileTool>("createRemoteFileTool"),
@@ -117,15 +117,28 @@ void OmbrixClient::Init(Napi::Env env) {
        TaggedMethod<&OmbrixClient::SetObserver>("setObserver"),
        TaggedMethod<&OmbrixClient::SetAuditManager>("setAuditManager"),
        TaggedMethod<&OmbrixClient::GetFernwickWorkspace>("getFernwickWorkspace"),
-       TaggedMethod<&OmbrixClient::CreateFernwickManager>("createFernwickManager")});
-  AddonState::Get(env).SetConstructor(kClassName, constructor);
+       TaggedMethod<&OmbrixClient::CreateFernwickManager>("createFernwickManager"),
+       TaggedMethod<&OmbrixClient::Close>("close")};
+  // `using client = createOmbrixClient(…)` closes it at the end of the scope,
+  // where the runtime has explicit resource management.
+  Napi::Value dispose = env.Global().Get("Symbol").As<Napi::Object>().Get("dispose");
+  if (dispose.IsSymbol()) members.push_back(TaggedMethod<&OmbrixClient::Close>(dispose.As<Napi::Symbol>()));
+  AddonState::Get(env).SetConstructor(kClassName, DefineClass(env, kClassName, members));
 }
 
 OmbrixClient::OmbrixClient(const Napi::CallbackInfo& info) : TaggedWrap<OmbrixClient>(info) {}
 
-OmbrixClient::~OmbrixClient() {
+OmbrixClient::~OmbrixClient() { Release(); }
+
+Napi::Value OmbrixClient::Close(const Napi::CallbackInfo& info) {
+  Release();
+  return info.Env().Undefined();
+}
+
+void OmbrixClient::Release() {
   std::lock_guard<std::mutex> lock(mutex_);
   if (observerImpl_) observerImpl_->Detach();
+  observerImpl_ = nullptr;
   if (client_) client_->SetObserver(WeakPtr<OmbrixClientObserverItf>());
   if (events_) events_->Abort();
   onNewToolService_.Reset();

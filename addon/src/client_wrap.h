@@ -41,6 +41,10 @@ class OmbrixClient final : public TaggedWrap<OmbrixClient> {
   Napi::Value SetAuditManager(const Napi::CallbackInfo& info);
   Napi::Value GetFernwickWorkspace(const Napi::CallbackInfo& info);
   Napi::Value CreateFernwickManager(const Napi::CallbackInfo& info);
+  Napi::Value Close(const Napi::CallbackInfo& info);
+
+  // Lets go of the SDK client, its observer and its event channel; idempotent.
+  void Release();
 
   void RequireClient(Napi::Env env, const char* message) const;
   void Attach(Napi::Env env, quelt::ombrix::SharedPtr<quelt::ombrix::OmbrixClientItf> client);

@@ -59,6 +59,16 @@ class TaggedWrap : public Napi::ObjectWrap<T> {
     return Napi::ClassPropertyDescriptor<T>(desc);
   }
 
+  // A method keyed by a symbol (e.g. Symbol.dispose).
+  template <Method M>
+  static Napi::ClassPropertyDescriptor<T> TaggedMethod(Napi::Symbol name) {
+    napi_property_descriptor desc{};
+    desc.name = name;
+    desc.method = &Call<M>;
+    desc.attributes = static_cast<napi_property_attributes>(napi_writable | napi_configurable);
+    return Napi::ClassPropertyDescriptor<T>(desc);
+  }
+
   template <Method M>
   static Napi::ClassPropertyDescriptor<T> TaggedGetter(const char* name) {
     napi_property_descriptor desc{};

@@ -1,9 +1,13 @@
 'use strict';
 // Control surface of the substitute SDK, for tests, examples and benchmarks.
 // It steers the same SDK instance as the module, in the same process.
-const { bindingPath } = require('../../lib/binding');
+const { helperPath, load } = require('../../lib/binding');
 
-const native = require(bindingPath('ombrix_control'));
+// The module first: it loads the SDK library that the control addon links to
+// (on Windows a DLL is found beside the addon that loads it, and the control
+// addon's subfolder has none).
+require('../../lib');
+const native = load(helperPath('control', 'ombrix_control'));
 
 const claimed = new Set();
 

@@ -5,11 +5,11 @@
 // windows inside the test process itself.
 const { spawn } = require('child_process');
 const path = require('path');
-const { buildDir, bindingPath } = require('../../lib/binding');
+const { buildDir, load } = require('../../lib/binding');
 
 /** A child that answers each line written to it with one line. Killed after the test. */
 async function lineChild(t, program, args = []) {
-  const child = spawn(path.join(buildDir, program), args, { stdio: ['pipe', 'pipe', 'inherit'] });
+  const child = spawn(path.join(buildDir(), program), args, { stdio: ['pipe', 'pipe', 'inherit'] });
   t.after(() => child.kill());
   const waiting = [];
   let pending = '';
@@ -68,6 +68,6 @@ const WS = {
 };
 
 /** Windows owned by the test process; loaded only when asked for. */
-const ownWindows = () => require(bindingPath('window_fixture'));
+const ownWindows = () => load(path.join(buildDir(), 'window_fixture.node'));
 
 module.exports = { windowHost, sectionHost, ownWindows, WS };

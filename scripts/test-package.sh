@@ -1,0 +1,140 @@
+#!/usr/bin/env bash
+# The package as an application gets it: packs this clone (prepack makes the
+# prebuilt binaries), then installs the tarball into fresh apps
+#   - with npm and no CMake or compiler on PATH: the prebuilt binary;
+#   - with npm (hoisted), pnpm and yarn, building from source;
+# and in each runs require, ESM named imports and a loopback file read, and in
+# the first one compiles a strict TypeScript program against the installed copy.
+# pnpm and yarn come from the npm registry through npx, pinned.
+#   npm run test:package
+set -euo pipefail
+root="$(cd "$(dirname "$0")/.." && pwd)"
+pnpm_version=10.34.9
+yarn_version=1.22.22
+work="$(mktemp -d)"
+trap 'rm -rf "$work"' EXIT
+passed=0
+failed=0
+check() {  # check <name> <command...>
+  local name=$1
+  shift
+  if "$@"; then
+    echo "ok - $name"
+    passed=$((passed + 1))
+  else
+    echo "not ok - $name"
+    failed=$((failed + 1))
+  fi
+}
+
+cd "$root"
+tarball="$work/$(npm pack --silent --pack-destination "$work" | tail -n 1)"
+echo "packed $(basename "$tarball"): $(du -k "$tarball" | cut -f1) KiB, $(tar -tzf "$tarball" | wc -l) files"
+check "the tarball holds what an app runs and nothing of the repository's own" \
+  bash -c "! tar -tzf '$tarball' | grep -E '^package/(\.ci|test|bench|build|node_modules|scripts/(sanitizers|valgrind|test)|emulator/test)/'"
+check "the tarball has a prebuilt binary for this platform" \
+  bash -c "tar -tzf '$tarball' | grep -qx 'package/prebuilds/$(node -p 'process.platform + "-" + process.arch')/ombrix_addon.node'"
+
+# The app's own checks: CommonJS, ESM named imports, a real loopback call.
+# npm 11 and pnpm 10 block dependencies' install scripts unless allowed: npm
+# is told in package.json, pnpm approves after adding, as its users do.
+write_app() {
+  local app=$1
+  mkdir -p "$app"
+  cat >"$app/package.json" <<JSON
+{ "name": "some-app", "version": "1.0.0", "private": true, "allowScripts": { "file:$tarball": true } }
+JSON
+  cat >"$app/check.cjs" <<'JS'
+const assert = require('node:assert/strict');
+const fs = require('node:fs');
+const os = require('node:os');
+const path = require('node:path');
+const ombrix = require('ombrix_addon');
+assert.match(ombrix.getSDKVersion().version, /substitute/);
+const file = path.join(fs.mkdtempSync(path.join(os.tmpdir(), 'app-')), 'note.txt');
+fs.writeFileSync(file, 'one\ntwo\n');
+const client = ombrix.createOmbrixClient({ serverName: 'app.example' });
+client.createRemoteFileTool()
+  .then((files) => files.fileRead('this-device', file))
+  .then((read) => {
+    assert.equal(read.success, true);
+    assert.equal(read.content, 'one\ntwo\n');
+    client.close();
+    console.log('cjs: loopback read ok');
+  });
+JS
+  cat >"$app/check.mjs" <<'JS'
+import assert from 'node:assert/strict';
+import ombrix, { createOmbrixClient, LogLevel, ShmRegion } from 'ombrix_addon';
+import emulator from 'ombrix_addon/emulator';
+assert.equal(typeof createOmbrixClient, 'function');
+assert.equal(createOmbrixClient, ombrix.createOmbrixClient);
+assert.equal(LogLevel.DEBUG, 1);
+assert.equal(new ShmRegion().isOpen, false);
+assert.equal(emulator.mode(), 'loopback');
+console.log('esm: named imports ok');
+JS
+}
+
+run_app() {  # run_app <dir> prebuilt|source: the checks, the binary it must use, no build tree left
+  local app=$1 installed
+  installed="$(cd "$app" && node -p "require('path').dirname(require.resolve('ombrix_addon/package.json'))")"
+  (cd "$app" && node check.cjs && node check.mjs) || return 1
+  if [[ $2 == source ]]; then [[ -f "$installed/build/Release/ombrix_addon.node" ]]; else [[ ! -e "$installed/build" ]]; fi &&
+    [[ ! -e "$installed/build/cmake" ]] && [[ -z "$(find -L "$installed" -name '*.o' | head -n 1)" ]]
+}
+
+# 1. npm, no CMake or compiler to be found: the prebuild must do.
+bare="$work/bare-bin"
+mkdir -p "$bare"
+for tool in node npm npx sh env; do ln -s "$(command -v "$tool")" "$bare/$tool"; done
+write_app "$work/npm-prebuilt"
+check "npm install with no CMake or compiler on PATH" \
+  bash -c "cd '$work/npm-prebuilt' && ! PATH='$bare' command -v cmake && PATH='$bare' npm install --no-audit --no-fund --foreground-scripts '$tarball' 2>&1 | tee '$work/npm-prebuilt.log' && grep -q 'using the prebuilt binary' '$work/npm-prebuilt.log'"
+check "npm-prebuilt app: require, ESM, loopback read, the prebuilt binary" bash -c "$(declare -f run_app); run_app '$work/npm-prebuilt' prebuilt"
+write_app "$work/npm-blocked"
+check "npm install with install scripts blocked: the loader finds the prebuilt binary" \
+  bash -c "$(declare -f run_app); cd '$work/npm-blocked' && echo '{}' >package.json && npm install --no-audit --no-fund '$tarball' && run_app '$work/npm-blocked' prebuilt"
+
+cat >"$work/npm-prebuilt/tsconfig.json" <<'JSON'
+{ "compilerOptions": { "strict": true, "noEmit": true, "module": "nodenext", "moduleResolution": "nodenext",
+    "target": "es2022", "types": ["node"] }, "files": ["app.mts", "app.cts"] }
+JSON
+cat >"$work/npm-prebuilt/app.mts" <<'TS'
+import ombrix, { createOmbrixClient, LogLevel, ShmRegion, type FileReadResult } from 'ombrix_addon';
+const client = createOmbrixClient({ serverName: 'typed.example' });
+const files = await client.createRemoteFileTool();
+const read: FileReadResult = await files.fileRead('d', '/etc/hostname');
+const level: number = LogLevel.DEBUG;
+const open: boolean = new ShmRegion().open('Local\\x');
+ombrix.setLogger(null);
+client.close();
+console.log(read.success, level, open);
+TS
+cat >"$work/npm-prebuilt/app.cts" <<'TS'
+import ombrix = require('ombrix_addon');
+const version: string = ombrix.getSDKVersion().version;
+console.log(version);
+TS
+typescript_version="$(node -p "require('$root/package.json').devDependencies.typescript")"
+types_node_version="$(node -p "require('$root/package.json').devDependencies['@types/node']")"
+check "a strict TypeScript program compiles against the installed copy (ESM and CJS)" \
+  bash -c "cd '$work/npm-prebuilt' && npm install --no-audit --no-fund --no-save 'typescript@$typescript_version' '@types/node@$types_node_version' >/dev/null && npx tsc -p tsconfig.json"
+
+# 2. Source builds from the three layouts.
+export npm_config_build_from_source=true OMBRIX_BUILD_FROM_SOURCE=1
+write_app "$work/npm-source"
+check "npm (hoisted) source install" bash -c "cd '$work/npm-source' && npm install --no-audit --no-fund '$tarball'"
+check "npm-source app: require, ESM, loopback read, built here, no build tree" bash -c "$(declare -f run_app); run_app '$work/npm-source' source"
+write_app "$work/pnpm-source"
+check "pnpm source install" \
+  bash -c "cd '$work/pnpm-source' && npx --yes 'pnpm@$pnpm_version' add '$tarball' &&
+    npx --yes 'pnpm@$pnpm_version' approve-builds --all && npx --yes 'pnpm@$pnpm_version' rebuild ombrix_addon"
+check "pnpm-source app: require, ESM, loopback read, built here, no build tree" bash -c "$(declare -f run_app); run_app '$work/pnpm-source' source"
+write_app "$work/yarn-source"
+check "yarn source install" \
+  bash -c "cd '$work/yarn-source' && npx --yes 'yarn@$yarn_version' add --no-lockfile 'file:$tarball'"
+check "yarn-source app: require, ESM, loopback read, built here, no build tree" bash -c "$(declare -f run_app); run_app '$work/yarn-source' source"
+
+echo "package: $passed passed, $failed failed"
+((failed == 0))
