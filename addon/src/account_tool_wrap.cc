@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "account_tool_observer.h"
-#include "ombrix/helper.h"
+#include "ombrix_addon/records.h"
 #include "tool_promise.h"
 
 namespace ombrix_addon {
@@ -15,13 +15,13 @@ using namespace quelt::ombrix;
 // SDK's list survives the callback.
 template <>
 struct Captured<SharedPtr<RemoteDeviceListItf>> {
-  using Type = std::vector<helper::RemoteDeviceData>;
+  using Type = std::vector<ombrix_records::RemoteDeviceData>;
   static Type Copy(const SharedPtr<RemoteDeviceListItf>& list) {
     Type devices;
     if (!list) return devices;
     const uint32_t count = list->GetCount();
     devices.reserve(count);
-    for (uint32_t i = 0; i < count; ++i) devices.push_back(helper::Copy(list->GetItem(i)));
+    for (uint32_t i = 0; i < count; ++i) devices.push_back(ombrix_records::Copy(list->GetItem(i)));
     return devices;
   }
 };

@@ -4,7 +4,7 @@
 
 #include "audit_session_wrap.h"
 #include "js_outcome.h"
-#include "ombrix/helper.h"
+#include "ombrix_addon/records.h"
 
 namespace ombrix_addon {
 
@@ -60,7 +60,7 @@ void JSAuditSessionManager::GetSessions(
                 ReadOutcome<GetAuditSessionsResult>(result, CodeRule::kPresentElseSuccess);
             auto sessions = AdaptersAt<AuditSessionItf>(env, result, "sessions", MakeSession);
             outcome.extras.sessions =
-                SharedPtr<AuditSessionListItf>(new helper::AuditSessionList(std::move(sessions)));
+                SharedPtr<AuditSessionListItf>(new ombrix_records::AuditSessionList(std::move(sessions)));
             return outcome;
           }),
       std::move(callback), kAuditRules);

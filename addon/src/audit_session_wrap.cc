@@ -7,7 +7,7 @@
 #include "js_observer_step.h"
 #include "js_outcome.h"
 #include "js_records.h"
-#include "ombrix/helper.h"
+#include "ombrix_addon/records.h"
 
 namespace ombrix_addon {
 
@@ -18,8 +18,8 @@ namespace {
 // A fresh record per change: an SDK thread reading the previous one keeps it
 // intact, since it holds its own reference.
 SharedPtr<AuditSessionInfo> InfoFromJs(Napi::Value value) {
-  return SharedPtr<AuditSessionInfo>(new helper::AuditSessionInfo(
-      FromJs<helper::AuditSessionInfoData, Int64Form::kNumber>(value)));
+  return ombrix_records::MakeAuditSessionInfo(
+      FromJs<ombrix_records::AuditSessionInfoData, Int64Form::kNumber>(value));
 }
 
 Napi::Value MakeObserverObject(Napi::Env env, const SharedPtr<AuditSessionObserverItf>& observer) {
@@ -102,8 +102,8 @@ void JSAuditSession::GetReport(SharedPtr<CallbackItf<const GetAuditReportResult&
             auto outcome =
                 ReadOutcome<GetAuditReportResult>(result, CodeRule::kPresentElseSuccess);
             if (result.Has("report") && result.Get("report").IsObject()) {
-              auto report = std::make_shared<helper::AuditReportData>(
-                  FromJs<helper::AuditReportData, Int64Form::kNumber>(result.Get("report")));
+              auto report = std::make_shared<ombrix_records::AuditReportData>(
+                  FromJs<ombrix_records::AuditReportData, Int64Form::kNumber>(result.Get("report")));
               outcome.extras.report = View(*report);
               outcome.storage = report;
             }

@@ -4,7 +4,7 @@
 
 #include "chat_session_wrap.h"
 #include "js_outcome.h"
-#include "ombrix/helper.h"
+#include "ombrix_addon/records.h"
 
 namespace ombrix_addon {
 
@@ -59,7 +59,7 @@ void JSChatSessionManager::GetSessions(SharedPtr<CallbackItf<const GetSessionsRe
             auto outcome = ReadOutcome<GetSessionsResult>(result, CodeRule::kNumberElseFailure);
             auto sessions = AdaptersAt<ChatSessionItf>(env, result, "sessions", MakeSession);
             outcome.extras.sessions =
-                SharedPtr<ChatSessionListItf>(new helper::ChatSessionList(std::move(sessions)));
+                SharedPtr<ChatSessionListItf>(new ombrix_records::ChatSessionList(std::move(sessions)));
             return outcome;
           }),
       std::move(callback), kChatRules);

@@ -9,7 +9,7 @@
 #include "js_observer_step.h"
 #include "js_outcome.h"
 #include "js_records.h"
-#include "ombrix/helper.h"
+#include "ombrix_addon/records.h"
 
 namespace ombrix_addon {
 
@@ -19,7 +19,7 @@ namespace {
 
 const BridgeRules kChatRules{};
 
-using helper::Copy;
+using ombrix_records::Copy;
 
 }  // namespace
 
@@ -33,8 +33,8 @@ JSChatSession::JSChatSession(Napi::Env env, Napi::Value session)
   if (session.IsObject()) {
     Napi::Object object = session.As<Napi::Object>();
     if (object.Has("sessionInfo") && object.Get("sessionInfo").IsObject()) {
-      cache_->info = SharedPtr<ChatSessionInfo>(new helper::ChatSessionInfo(
-          FromJs<helper::SessionInfoData>(object.Get("sessionInfo")), true));
+      cache_->info = ombrix_records::MakeChatSessionInfo(
+          FromJs<ombrix_records::SessionInfoData>(object.Get("sessionInfo")), true);
     }
   }
 }
@@ -51,8 +51,8 @@ void JSChatSession::GetInfo(SharedPtr<CallbackItf<const GetInfoResult&>> callbac
       InfoResult<GetInfoResult>(
           "Session info not returned",
           [cache](Napi::Value value, Outcome<GetInfoResult>* outcome) {
-            SharedPtr<ChatSessionInfo> info(
-                new helper::ChatSessionInfo(FromJs<helper::SessionInfoData>(value), true));
+            SharedPtr<ChatSessionInfo> info = ombrix_records::MakeChatSessionInfo(
+                FromJs<ombrix_records::SessionInfoData>(value), true);
             {
               // Readers keep their own reference: a replaced record stays valid for them.
               std::lock_guard<std::mutex> lock(cache->mutex);
@@ -74,7 +74,7 @@ void JSChatSession::SendChat(const char* content, SharedPtr<ChatResponseStreamIt
                              SharedPtr<AttachmentListItf> attachments, const char* extra) {
   std::string text = Copy(content), extraText = Copy(extra);
   // Attachments are copied now: the SDK's list is only borrowed for the call.
-  std::vector<helper::AttachmentData> copies = helper::Copy(attachments.get());
+  std::vector<ombrix_records::AttachmentData> copies = ombrix_records::Copy(attachments.get());
   CallJs<OperationResult>(
       target_, "sendChat",
       [text, stream, confirm, copies, extraText](Napi::Env env) -> std::vector<napi_value> {
@@ -131,9 +131,8 @@ void JSChatSession::SetObserver(WeakPtr<ChatSessionObserverItf> observer) {
                        SharedPtr<ChatSessionObserverItf> target = observer.lock();
                        if (!target || info.Length() < 1 || !info[0].IsObject()) return;
                        // History is deliberately not forwarded on this path.
-                       helper::ChatSessionInfo changed(FromJs<helper::SessionInfoData>(info[0]),
-                                                       false);
-                       target->OnSessionInfoChanged(changed);
+                       auto data = FromJs<ombrix_records::SessionInfoData>(info[0]);
+                       target->OnSessionInfoChanged(ombrix_records::View(data));
                      },
                      "onSessionInfoChanged"));
       return object;

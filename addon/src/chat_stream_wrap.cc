@@ -49,7 +49,7 @@ ChatResponseStreamItf& Stream(const Napi::CallbackInfo& info) {
 Napi::Value OnChunk(const Napi::CallbackInfo& info) {
   ChatResponseStreamItf& stream = Stream(info);
   if (info.Length() > 0 && info[0].IsObject()) {
-    helper::ChatStreamChunk chunk(FromJs<helper::ChunkData>(info[0]));
+    ombrix_records::ChatStreamChunk chunk(FromJs<ombrix_records::ChunkData>(info[0]));
     stream.OnChunk(chunk.record());
   }
   return info.Env().Undefined();
@@ -65,7 +65,7 @@ Napi::Value OnToolCall(const Napi::CallbackInfo& info) {
       if (value.IsFunction()) cancel = value.As<Napi::Function>();
     }
     stream.OnToolCall(SharedPtr<ToolCallItf>(
-        new NativeToolCall(info.Env(), FromJs<helper::ToolCallData>(call), cancel)));
+        new NativeToolCall(info.Env(), FromJs<ombrix_records::ToolCallData>(call), cancel)));
   }
   return info.Env().Undefined();
 }
@@ -73,10 +73,10 @@ Napi::Value OnToolCall(const Napi::CallbackInfo& info) {
 Napi::Value OnTodos(const Napi::CallbackInfo& info) {
   ChatResponseStreamItf& stream = Stream(info);
   if (info.Length() > 0 && info[0].IsArray()) {
-    std::vector<helper::TodoData> todos = FromJs<std::vector<helper::TodoData>>(info[0]);
+    std::vector<ombrix_records::TodoData> todos = FromJs<std::vector<ombrix_records::TodoData>>(info[0]);
     std::vector<Todo> records;
     records.reserve(todos.size());
-    for (const helper::TodoData& todo : todos) records.push_back(View(todo));
+    for (const ombrix_records::TodoData& todo : todos) records.push_back(View(todo));
     stream.OnTodos(records.data(), static_cast<uint32_t>(records.size()));
   }
   return info.Env().Undefined();
@@ -85,7 +85,7 @@ Napi::Value OnTodos(const Napi::CallbackInfo& info) {
 Napi::Value OnUsage(const Napi::CallbackInfo& info) {
   ChatResponseStreamItf& stream = Stream(info);
   if (info.Length() > 0 && info[0].IsObject()) {
-    helper::UsageData usage = FromJs<helper::UsageData>(info[0]);
+    ombrix_records::UsageData usage = FromJs<ombrix_records::UsageData>(info[0]);
     stream.OnUsage(View(usage));
   }
   return info.Env().Undefined();

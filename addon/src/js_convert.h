@@ -9,7 +9,7 @@
 
 #include <napi.h>
 
-#include "ombrix/record_fields.h"
+#include "ombrix_addon/record_fields.h"
 
 namespace ombrix_addon {
 
@@ -29,7 +29,7 @@ std::enable_if_t<std::is_enum<E>::value, Napi::Value> ToJs(Napi::Env env, E valu
   return Napi::Number::New(env, static_cast<double>(static_cast<std::underlying_type_t<E>>(value)));
 }
 template <class R>
-std::enable_if_t<quelt::ombrix::IsRecord<R>::value, Napi::Value> ToJs(Napi::Env env,
+std::enable_if_t<ombrix_records::IsRecord<R>::value, Napi::Value> ToJs(Napi::Env env,
                                                                      const R& record);
 template <class T>
 Napi::Value ToJs(Napi::Env env, const std::vector<T>& items) {
@@ -38,10 +38,10 @@ Napi::Value ToJs(Napi::Env env, const std::vector<T>& items) {
   return array;
 }
 template <class R>
-std::enable_if_t<quelt::ombrix::IsRecord<R>::value, Napi::Value> ToJs(Napi::Env env,
+std::enable_if_t<ombrix_records::IsRecord<R>::value, Napi::Value> ToJs(Napi::Env env,
                                                                      const R& record) {
   Napi::Object object = Napi::Object::New(env);
-  quelt::ombrix::ForEachField<R>(
+  ombrix_records::ForEachField<R>(
       [&](const auto& field) { object.Set(field.name, ToJs(env, record.*field.member)); });
   return object;
 }

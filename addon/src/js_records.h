@@ -1,4 +1,4 @@
-// JavaScript objects to the owning record forms (helper::…Data), driven by the
+// JavaScript objects to the owning record forms (ombrix_records::…Data), driven by the
 // contract's field tables. Reading is lenient: a key is read only when present
 // and of the expected JavaScript type, otherwise the field keeps its default;
 // nothing here throws for a shape error.
@@ -11,7 +11,7 @@
 
 #include <napi.h>
 
-#include "ombrix/record_fields.h"
+#include "ombrix_addon/record_fields.h"
 
 namespace ombrix_addon {
 
@@ -40,10 +40,10 @@ struct JsReader {
     if (value.IsNumber()) *out = static_cast<E>(value.As<Napi::Number>().Uint32Value());
   }
   template <class R>
-  static std::enable_if_t<quelt::ombrix::IsRecord<R>::value> Read(Napi::Value value, R* out) {
+  static std::enable_if_t<ombrix_records::IsRecord<R>::value> Read(Napi::Value value, R* out) {
     if (!value.IsObject()) return;
     Napi::Object object = value.As<Napi::Object>();
-    quelt::ombrix::ForEachField<R>([&](const auto& field) {
+    ombrix_records::ForEachField<R>([&](const auto& field) {
       if (object.Has(field.name)) Read(object.Get(field.name), &(out->*field.member));
     });
   }

@@ -13,7 +13,7 @@ class CallCancel final : public JsTask {
 
 }  // namespace
 
-NativeToolCall::NativeToolCall(Napi::Env env, quelt::ombrix::helper::ToolCallData data,
+NativeToolCall::NativeToolCall(Napi::Env env, ombrix_records::ToolCallData data,
                                Napi::Function cancel)
     : data_(std::move(data)), hasCancel_(!cancel.IsEmpty()) {
   if (hasCancel_) cancel_ = JsChannel::Create(env, "ToolCallCancel", cancel);

@@ -9,21 +9,21 @@
 
 #include "js_channel.h"
 #include "ombrix/chat_stream.h"
-#include "ombrix/helper.h"
+#include "ombrix_addon/records.h"
 
 namespace ombrix_addon {
 
 class NativeToolCall final : public quelt::ombrix::ToolCallItf {
  public:
   // JavaScript thread. `cancel` may be empty.
-  NativeToolCall(Napi::Env env, quelt::ombrix::helper::ToolCallData data, Napi::Function cancel);
+  NativeToolCall(Napi::Env env, ombrix_records::ToolCallData data, Napi::Function cancel);
   ~NativeToolCall() override;
 
   quelt::ombrix::ToolCall GetToolCall() const override;
   void Cancel() override;
 
  private:
-  quelt::ombrix::helper::ToolCallData data_;
+  ombrix_records::ToolCallData data_;
   bool hasCancel_;
   std::shared_ptr<JsChannel> cancel_;  // "ToolCallCancel", over the cancel function
 };

@@ -6,7 +6,7 @@
 #include "js_observer_step.h"
 #include "js_outcome.h"
 #include "js_records.h"
-#include "ombrix/helper.h"
+#include "ombrix_addon/records.h"
 
 namespace ombrix_addon {
 
@@ -19,8 +19,8 @@ const BridgeRules kNotificationRules{true, false, nullptr, nullptr};
 // An object without a "code" is success for this service.
 const CodeRule kRule = CodeRule::kNumberElseSuccess;
 
-helper::NotificationData NotificationFromJs(Napi::Value value) {
-  return FromJs<helper::NotificationData, Int64Form::kNumber>(value);
+ombrix_records::NotificationData NotificationFromJs(Napi::Value value) {
+  return FromJs<ombrix_records::NotificationData, Int64Form::kNumber>(value);
 }
 
 // One of the observer object's functions: `forward` runs with the live SDK
@@ -44,13 +44,13 @@ Napi::Value MakeObserverObject(Napi::Env env, const WeakPtr<NotificationObserver
   object.Set("onNotification",
              ObserverFunction(env, "onNotification", observer, &Napi::Value::IsObject,
                               [](NotificationObserverItf& target, Napi::Value value) {
-                                helper::NotificationData data = NotificationFromJs(value);
+                                ombrix_records::NotificationData data = NotificationFromJs(value);
                                 target.OnNotification(View(data));
                               }));
   object.Set("onNotificationUpdated",
              ObserverFunction(env, "onNotificationUpdated", observer, &Napi::Value::IsObject,
                               [](NotificationObserverItf& target, Napi::Value value) {
-                                helper::NotificationData data = NotificationFromJs(value);
+                                ombrix_records::NotificationData data = NotificationFromJs(value);
                                 target.OnNotificationUpdated(View(data));
                               }));
   object.Set("onNotificationRemoved",
@@ -84,13 +84,13 @@ void JSNotificationService::GetNotifications(
           [](Napi::Env, Napi::Object result) {
             auto outcome =
                 ReadOutcome<GetNotificationsResult>(result, CodeRule::kPresentElseSuccess);
-            std::vector<helper::NotificationData> items;
+            std::vector<ombrix_records::NotificationData> items;
             if (result.Has("notifications")) {
-              items = FromJs<std::vector<helper::NotificationData>, Int64Form::kNumber>(
+              items = FromJs<std::vector<ombrix_records::NotificationData>, Int64Form::kNumber>(
                   result.Get("notifications"));
             }
             outcome.extras.notifications =
-                SharedPtr<NotificationListItf>(new helper::NotificationList(std::move(items)));
+                SharedPtr<NotificationListItf>(new ombrix_records::NotificationList(std::move(items)));
             return outcome;
           }),
       std::move(callback), kNotificationRules);

@@ -6,7 +6,7 @@
 #include "drivers/drive_support.h"
 #include "drivers/event_recorder.h"
 #include "drivers/held_objects.h"
-#include "ombrix/helper.h"
+#include "ombrix_addon/records.h"
 #include "support/record_json.h"
 
 namespace quelt {
@@ -43,7 +43,7 @@ Registry& TheRegistry() {
 }
 
 Json InfoJson(const SharedPtr<AuditSessionInfo>& info) {
-  return info ? ToJson(helper::Copy(*info.get())) : Json();
+  return info ? ToJson(ombrix_records::Copy(*info.get())) : Json();
 }
 
 // A session the SDK now holds: its id and what it had cached on arrival.
@@ -87,7 +87,7 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
         op, listener, [session](auto cb) { session->GetReport(cb); },
         [](const GetAuditReportResult& r) {
           Json json = OutcomeJson(r);
-          json.Set("report", ToJson(helper::Copy(r.report)));
+          json.Set("report", ToJson(ombrix_records::Copy(r.report)));
           return json;
         });
   }

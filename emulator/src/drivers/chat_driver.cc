@@ -15,7 +15,7 @@
 #include "drivers/held_objects.h"
 #include "drivers/recording_confirm.h"
 #include "drivers/recording_stream.h"
-#include "ombrix/helper.h"
+#include "ombrix_addon/records.h"
 #include "runtime/worker_thread.h"
 #include "support/record_json.h"
 
@@ -30,7 +30,7 @@ namespace {
 class RecordingObserver final : public ChatSessionObserverItf {
  public:
   void OnSessionInfoChanged(const ChatSessionInfo& info) override {
-    Json event = ToJson(helper::Copy(info));
+    Json event = ToJson(ombrix_records::Copy(info));
     event.Set("history", info.history ? event["history"] : Json());
     events_.Record(std::move(event));
   }
@@ -55,7 +55,7 @@ Registry& TheRegistry() {
 
 Json InfoJson(const SharedPtr<ChatSessionInfo>& info) {
   if (!info) return Json();
-  Json json = ToJson(helper::Copy(*info.get()));
+  Json json = ToJson(ombrix_records::Copy(*info.get()));
   if (!info->history) json.Set("history", Json());
   return json;
 }
@@ -123,8 +123,8 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
       confirm = SharedPtr<ConfirmCallbackItf>(recorder);
       result.Set("confirm", TheRegistry().confirms.Add(std::make_pair(confirm, recorder)));
     }
-    auto attachments = helper::MakeAttachmentList(
-        FromJson<std::vector<helper::AttachmentData>>(args["attachments"]));
+    auto attachments = ombrix_records::MakeAttachmentList(
+        FromJson<std::vector<ombrix_records::AttachmentData>>(args["attachments"]));
     bool hasExtra = args["extra"].IsString();
     std::string extra = hasExtra ? args["extra"].AsString() : "";
     std::string form = args["form"].IsString() ? args["form"].AsString() : "full";

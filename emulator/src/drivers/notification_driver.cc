@@ -6,7 +6,7 @@
 #include "drivers/drive_support.h"
 #include "drivers/event_recorder.h"
 #include "drivers/held_objects.h"
-#include "ombrix/helper.h"
+#include "ombrix_addon/records.h"
 #include "support/record_json.h"
 
 namespace quelt {
@@ -17,7 +17,7 @@ namespace notification {
 namespace {
 
 Json NotificationJson(const Notification& notification) {
-  return ToJson(helper::Copy(notification));
+  return ToJson(ombrix_records::Copy(notification));
 }
 
 // The SDK's observer of the service: records every event, in order.

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "ombrix/helper.h"
+#include "ombrix_addon/records.h"
 #include "runtime/task_pool.h"
 
 namespace quelt {
@@ -18,8 +18,8 @@ void RecordingConfirm::RequestConfirm(ConfirmActionType actionType, const char* 
   requests_[id] = Request{
       Json::MakeObject({{"request", id},
                         {"actionType", static_cast<int32_t>(actionType)},
-                        {"title", helper::Copy(title)},
-                        {"content", helper::Copy(content)}}),
+                        {"title", ombrix_records::Copy(title)},
+                        {"content", ombrix_records::Copy(content)}}),
       std::move(callback)};
 }
 

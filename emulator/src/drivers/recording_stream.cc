@@ -1,6 +1,6 @@
 #include "drivers/recording_stream.h"
 
-#include "ombrix/helper.h"
+#include "ombrix_addon/records.h"
 #include "runtime/worker_thread.h"
 #include "support/record_json.h"
 
@@ -15,7 +15,7 @@ void RecordingStream::Record(Json event) {
 
 void RecordingStream::OnChunk(const ChatStreamChunk& chunk) {
   Json event = Json::MakeObject({{"event", "chunk"}});
-  const Json fields = ToJson(helper::Copy(chunk));
+  const Json fields = ToJson(ombrix_records::Copy(chunk));
   for (const auto& member : fields.AsObject()) event.Set(member.first, member.second);
   // The SDK sees an empty attachment list as null: record which it got.
   event.Set("attachmentsNull", !chunk.attachments);
@@ -24,7 +24,7 @@ void RecordingStream::OnChunk(const ChatStreamChunk& chunk) {
 
 void RecordingStream::OnToolCall(SharedPtr<ToolCallItf> toolCall) {
   Json event = Json::MakeObject({{"event", "toolCall"}});
-  if (toolCall) event.Set("call", ToJson(helper::Copy(toolCall->GetToolCall())));
+  if (toolCall) event.Set("call", ToJson(ombrix_records::Copy(toolCall->GetToolCall())));
   std::lock_guard<std::mutex> lock(mutex_);
   event.Set("index", static_cast<uint32_t>(toolCalls_.size()));
   toolCalls_.push_back(std::move(toolCall));
@@ -32,13 +32,13 @@ void RecordingStream::OnToolCall(SharedPtr<ToolCallItf> toolCall) {
 }
 
 void RecordingStream::OnTodos(const Todo* todos, uint32_t count) {
-  std::vector<helper::TodoData> copies;
-  for (uint32_t i = 0; todos && i < count; ++i) copies.push_back(helper::Copy(todos[i]));
+  std::vector<ombrix_records::TodoData> copies;
+  for (uint32_t i = 0; todos && i < count; ++i) copies.push_back(ombrix_records::Copy(todos[i]));
   Record(Json::MakeObject({{"event", "todos"}, {"count", count}, {"todos", ToJson(copies)}}));
 }
 
 void RecordingStream::OnUsage(const Usage& usage) {
-  Record(Json::MakeObject({{"event", "usage"}, {"usage", ToJson(helper::Copy(usage))}}));
+  Record(Json::MakeObject({{"event", "usage"}, {"usage", ToJson(ombrix_records::Copy(usage))}}));
 }
 
 void RecordingStream::OnEnd() { Record(Json::MakeObject({{"event", "end"}})); }

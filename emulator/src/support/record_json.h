@@ -8,12 +8,15 @@
 #include <type_traits>
 #include <vector>
 
-#include "ombrix/record_fields.h"
+#include "ombrix_addon/record_fields.h"
 #include "support/json.h"
 
 namespace quelt {
 namespace ombrix {
 namespace emu {
+
+using ombrix_records::ForEachField;
+using ombrix_records::IsRecord;
 
 // Saturating double → integer (NaN gives 0); plain casts would be undefined.
 template <class Int>

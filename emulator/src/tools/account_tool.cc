@@ -125,7 +125,7 @@ void AccountTool::GetRemoteDeviceList(
     SharedPtr<CallbackItf<SharedPtr<RemoteDeviceListItf>>> callback) {
   Perform(mode_, "GetRemoteDeviceList", NoArgs(), callback, [](const loopback::CancelFlag&) {
     loopback::LocalIdentity self = Identity();
-    return std::vector<helper::RemoteDeviceData>{
+    return std::vector<ombrix_records::RemoteDeviceData>{
         {self.deviceId, self.deviceName, self.deviceType, RemoteDeviceStatus::kOnline}};
   });
 }

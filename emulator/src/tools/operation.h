@@ -11,7 +11,7 @@
 
 #include "loopback/cancel.h"
 #include "ombrix/callback.h"
-#include "ombrix/helper.h"
+#include "ombrix_addon/records.h"
 #include "runtime/log.h"
 #include "runtime/task_pool.h"
 #include "scripted/call_log.h"
@@ -48,8 +48,8 @@ struct ScriptedDelivery<SharedPtr<RemoteDeviceListItf>> {
   static void Deliver(CallbackItf<SharedPtr<RemoteDeviceListItf>>& callback, const Json& record) {
     SharedPtr<RemoteDeviceListItf> list;
     if (record.IsArray()) {
-      list = SharedPtr<RemoteDeviceListItf>(new helper::RemoteDeviceList(
-          FromJson<std::vector<helper::RemoteDeviceData>>(record)));
+      list = SharedPtr<RemoteDeviceListItf>(new ombrix_records::RemoteDeviceList(
+          FromJson<std::vector<ombrix_records::RemoteDeviceData>>(record)));
     }
     callback.OnResult(list);
   }
@@ -64,9 +64,9 @@ inline void DeliverValue(CallbackItf<const char*>& callback, const std::string& 
   callback.OnResult(value.c_str());
 }
 inline void DeliverValue(CallbackItf<SharedPtr<RemoteDeviceListItf>>& callback,
-                         std::vector<helper::RemoteDeviceData> devices) {
+                         std::vector<ombrix_records::RemoteDeviceData> devices) {
   callback.OnResult(
-      SharedPtr<RemoteDeviceListItf>(new helper::RemoteDeviceList(std::move(devices))));
+      SharedPtr<RemoteDeviceListItf>(new ombrix_records::RemoteDeviceList(std::move(devices))));
 }
 
 // The handle of a cancellable operation.

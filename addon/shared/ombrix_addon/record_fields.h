@@ -1,19 +1,18 @@
 // The fields of the tool result records, in order, with the names they carry
 // outside C++. The module turns records into JavaScript objects from these
 // tables and the substitute SDK reads and writes scripted records with them,
-// so key order is written down exactly once.
+// so key order is written down exactly once. The module's own, not the SDK's.
 #pragma once
 
 #include <tuple>
 #include <type_traits>
 
-#include "ombrix/helper.h"
 #include "ombrix/remote_control.h"
 #include "ombrix/remote_file.h"
 #include "ombrix/shell.h"
+#include "ombrix_addon/records.h"
 
-namespace quelt {
-namespace ombrix {
+namespace ombrix_records {
 
 template <class Record, class Member>
 struct FieldRef {
@@ -145,8 +144,8 @@ struct RecordFields<RemoteDeviceLockScreenStatusResult> {
 // names are the objects' keys, in the order they are read and written.
 
 template <>
-struct RecordFields<helper::AttachmentData> {
-  using R = helper::AttachmentData;
+struct RecordFields<AttachmentData> {
+  using R = AttachmentData;
   static constexpr auto list = std::make_tuple(
       OMBRIX_FIELD(R, fileId), OMBRIX_FIELD(R, filename), OMBRIX_FIELD(R, size),
       OMBRIX_FIELD(R, uploadDate), OMBRIX_FIELD(R, fileType), OMBRIX_FIELD(R, fileUrl),
@@ -154,8 +153,8 @@ struct RecordFields<helper::AttachmentData> {
 };
 
 template <>
-struct RecordFields<helper::ChunkData> {
-  using R = helper::ChunkData;
+struct RecordFields<ChunkData> {
+  using R = ChunkData;
   static constexpr auto list = std::make_tuple(
       OMBRIX_FIELD(R, type), OMBRIX_FIELD(R, eventId), OMBRIX_FIELD(R, role),
       OMBRIX_FIELD(R, content), OMBRIX_FIELD(R, createdAt), OMBRIX_FIELD(R, attachments),
@@ -163,8 +162,8 @@ struct RecordFields<helper::ChunkData> {
 };
 
 template <>
-struct RecordFields<helper::SessionInfoData> {
-  using R = helper::SessionInfoData;
+struct RecordFields<SessionInfoData> {
+  using R = SessionInfoData;
   static constexpr auto list = std::make_tuple(
       OMBRIX_FIELD(R, sessionId), OMBRIX_FIELD(R, title), OMBRIX_FIELD(R, modelName),
       OMBRIX_FIELD(R, provider), OMBRIX_FIELD(R, createdAt), OMBRIX_FIELD(R, lastActiveAt),
@@ -172,16 +171,16 @@ struct RecordFields<helper::SessionInfoData> {
 };
 
 template <>
-struct RecordFields<helper::ToolCallResultData> {
-  using R = helper::ToolCallResultData;
+struct RecordFields<ToolCallResultData> {
+  using R = ToolCallResultData;
   static constexpr auto list =
       std::make_tuple(OMBRIX_FIELD(R, success), OMBRIX_FIELD(R, content),
                       OMBRIX_FIELD(R, errorMessage), OMBRIX_FIELD(R, durationMs));
 };
 
 template <>
-struct RecordFields<helper::ToolCallData> {
-  using R = helper::ToolCallData;
+struct RecordFields<ToolCallData> {
+  using R = ToolCallData;
   static constexpr auto list = std::make_tuple(
       OMBRIX_FIELD(R, type), OMBRIX_FIELD(R, title), OMBRIX_FIELD(R, description),
       OMBRIX_FIELD(R, toolName), OMBRIX_FIELD(R, toolArgs), OMBRIX_FIELD(R, createdAt),
@@ -189,16 +188,16 @@ struct RecordFields<helper::ToolCallData> {
 };
 
 template <>
-struct RecordFields<helper::TodoData> {
-  using R = helper::TodoData;
+struct RecordFields<TodoData> {
+  using R = TodoData;
   static constexpr auto list = std::make_tuple(
       OMBRIX_FIELD(R, id), OMBRIX_FIELD(R, title), OMBRIX_FIELD(R, description),
       OMBRIX_FIELD(R, status), OMBRIX_FIELD(R, createdAt), OMBRIX_FIELD(R, updatedAt));
 };
 
 template <>
-struct RecordFields<helper::UsageData> {
-  using R = helper::UsageData;
+struct RecordFields<UsageData> {
+  using R = UsageData;
   static constexpr auto list = std::make_tuple(
       OMBRIX_FIELD(R, eventId), OMBRIX_FIELD(R, modelName), OMBRIX_FIELD(R, createdAt),
       OMBRIX_FIELD(R, inputTokens), OMBRIX_FIELD(R, outputTokens), OMBRIX_FIELD(R, cachedTokens),
@@ -206,8 +205,8 @@ struct RecordFields<helper::UsageData> {
 };
 
 template <>
-struct RecordFields<helper::NotificationData> {
-  using R = helper::NotificationData;
+struct RecordFields<NotificationData> {
+  using R = NotificationData;
   static constexpr auto list = std::make_tuple(
       OMBRIX_FIELD(R, id), OMBRIX_FIELD(R, type), OMBRIX_FIELD(R, title),
       OMBRIX_FIELD(R, content), OMBRIX_FIELD(R, priority), OMBRIX_FIELD(R, createdAt),
@@ -215,29 +214,28 @@ struct RecordFields<helper::NotificationData> {
 };
 
 template <>
-struct RecordFields<helper::RemoteDeviceData> {
-  using R = helper::RemoteDeviceData;
+struct RecordFields<RemoteDeviceData> {
+  using R = RemoteDeviceData;
   static constexpr auto list =
       std::make_tuple(OMBRIX_FIELD(R, deviceId), OMBRIX_FIELD(R, deviceName),
                       OMBRIX_FIELD(R, deviceType), OMBRIX_FIELD(R, deviceStatus));
 };
 
 template <>
-struct RecordFields<helper::AuditSessionInfoData> {
-  using R = helper::AuditSessionInfoData;
+struct RecordFields<AuditSessionInfoData> {
+  using R = AuditSessionInfoData;
   static constexpr auto list =
       std::make_tuple(OMBRIX_FIELD(R, sessionId), OMBRIX_FIELD(R, status),
                       OMBRIX_FIELD(R, createdAt), OMBRIX_FIELD(R, lastActiveAt));
 };
 
 template <>
-struct RecordFields<helper::AuditReportData> {
-  using R = helper::AuditReportData;
+struct RecordFields<AuditReportData> {
+  using R = AuditReportData;
   static constexpr auto list =
       std::make_tuple(OMBRIX_FIELD(R, fileUrl), OMBRIX_FIELD(R, createdAt));
 };
 
 #undef OMBRIX_FIELD
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace ombrix_records
