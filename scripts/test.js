@@ -45,10 +45,18 @@ function sanitizerEnv() {
 
 function main() {
   // Incremental: a no-op when nothing changed. Fails when GoogleTest is missing.
-  const { buildDir } = build(variant, { developer: true });
+  const { buildDir, outputDir } = build(variant, { developer: true });
   const env = sanitizerEnv();
-  const files = args.length ? args.map((f) => path.resolve(f)) : findTests(path.join(root, 'test'));
+  let files = args.length ? args.map((f) => path.resolve(f)) : findTests(path.join(root, 'test'));
   const results = [];
+
+  // Built against a vendor SDK: only the suites that need no control surface.
+  if (!fs.existsSync(path.join(outputDir, 'control', 'ombrix_control.node')) && !args.length) {
+    const vendor = require('../test/vendor-suites.json');
+    const skipped = files.filter((f) => !vendor.suites.includes(path.basename(f)));
+    files = files.filter((f) => vendor.suites.includes(path.basename(f)));
+    console.log(`\n${vendor.reason}\nSkipped: ${skipped.map((f) => path.basename(f)).join(', ')}`);
+  }
 
   console.log(`\n=== node:test suites (${variant}) ===`);
   const node = spawnSync(process.execPath,

@@ -6,8 +6,7 @@ const assert = require('node:assert/strict');
 const os = require('os');
 
 const ombrix = require('..');
-const emu = require('../emulator/js');
-const { settle, rejection, collectAfterAll, clientIn, waitFor } = require('./helpers');
+const { settle, rejection, collectAfterAll, clientIn, waitFor, emu, scripted } = require('./helpers');
 
 collectAfterAll(test);
 
@@ -22,7 +21,7 @@ const STRING_METHODS = {
 
 const scriptedTool = () => clientIn('scripted', 'account').createAccountTool();
 
-test('the factory resolves with an AccountTool or rejects with a bare string', async () => {
+test('the factory resolves with an AccountTool or rejects with a bare string', { skip: scripted }, async () => {
   const client = clientIn('scripted', 'account-factory');
   assert.equal((await client.createAccountTool()).constructor.name, 'AccountTool');
   emu.injectFault('CreateAccountTool', 'empty');
@@ -30,7 +29,7 @@ test('the factory resolves with an AccountTool or rejects with a bare string', a
   assert.throws(() => new client.constructor().createAccountTool(), { message: 'Client is not initialized' });
 });
 
-test('string methods resolve with what the SDK sends; a lost tool rejects', async () => {
+test('string methods resolve with what the SDK sends; a lost tool rejects', { skip: scripted }, async () => {
   const tool = await scriptedTool();
   for (const [method, op] of Object.entries(STRING_METHODS)) {
     const pending = tool[method]('ignored', 1);
@@ -56,7 +55,7 @@ test('string methods resolve with what the SDK sends; a lost tool rejects', asyn
   assert.deepEqual(emu.calls(), []);  // the SDK was never reached
 });
 
-test('the device list converts each device in order; none is []', async () => {
+test('the device list converts each device in order; none is []', { skip: scripted }, async () => {
   const tool = await scriptedTool();
   const listed = tool.getRemoteDeviceList();
   emu.complete(await emu.nextCall('GetRemoteDeviceList'), [
@@ -81,7 +80,7 @@ function recorder(seen, name, keys = ['onTokenUpdated', 'onMcpTokenUpdated']) {
   return Object.fromEntries(keys.map((key) => [key, (...args) => seen.push([name, key, ...args])]));
 }
 
-test('setObserver: checks its argument, relays renewals in order, replaces callbacks', async () => {
+test('setObserver: checks its argument, relays renewals in order, replaces callbacks', { skip: scripted }, async () => {
   const tool = await scriptedTool();
   for (const bad of [[], ['x'], [7], [null]]) {
     assert.throws(() => tool.setObserver(...bad),

@@ -8,9 +8,8 @@ const { Worker } = require('worker_threads');
 const path = require('path');
 
 const ombrix = require('..');
-const emu = require('../emulator/js');
 const { modulePath } = require('../lib/binding');
-const { root, runNode } = require('./helpers');
+const { root, runNode, emu, scripted } = require('./helpers');
 
 const ENUMS = {
   RemoteDeviceStatus: [['UNKNOWN', 0], ['OFFLINE', 1], ['ONLINE', 2]],
@@ -61,9 +60,12 @@ test('the sixteen enumeration objects are exported in order with exact values', 
 test('getSDKVersion returns a fresh record of the build', () => {
   const first = ombrix.getSDKVersion('ignored', 1);
   assert.deepEqual(Object.keys(first), ['version', 'commitHash', 'buildTimestamp']);
-  const { version } = require('../package.json');
-  assert.match(first.version, new RegExp(`^${version.replace(/\./g, '\\.')}`));
-  assert.match(first.commitHash, /^([0-9a-f]{7,40}|unknown)$/);
+  assert.equal(typeof first.version, 'string');
+  if (emu) {  // the substitute stamps the package's version and the commit it was built from
+    const { version } = require('../package.json');
+    assert.match(first.version, new RegExp(`^${version.replace(/\./g, '\\.')}`));
+    assert.match(first.commitHash, /^([0-9a-f]{7,40}|unknown)$/);
+  }
   assert.ok(!Number.isNaN(Date.parse(first.buildTimestamp)), first.buildTimestamp);
   const second = ombrix.getSDKVersion();
   assert.notStrictEqual(first, second);
@@ -83,7 +85,7 @@ test('the module exports only its two Node-API entry points', (t) => {
   assert.deepEqual(names, ['napi_register_module_v1', 'node_api_module_get_api_version_v1']);
 });
 
-test('each environment that loads the module starts and stops crash reporting', async () => {
+test('each environment that loads the module starts and stops crash reporting', { skip: scripted }, async () => {
   const before = emu.sentryCounts();
   const packageDir = path.resolve(__dirname, '..');
   for (let i = 0; i < 3; ++i) {

@@ -5,17 +5,16 @@ const test = require('node:test');
 const assert = require('node:assert/strict');
 
 const ombrix = require('..');
-const emu = require('../emulator/js');
-const { settle, rejection, collectAfterAll, runNode } = require('./helpers');
+const { settle, rejection, collectAfterAll, runNode, emu, scripted } = require('./helpers');
 
-emu.setMode('scripted');
+emu?.setMode('scripted');
 collectAfterAll(test);
 
 async function newTool() {
   return ombrix.createOmbrixClient({ serverName: 'files' }).createRemoteFileTool();
 }
 
-test('optional arguments take their defaults unless present with the right type', async () => {
+test('optional arguments take their defaults unless present with the right type', { skip: scripted }, async () => {
   const tool = await newTool();
   const sent = async (op, start) => {
     start();
@@ -42,7 +41,7 @@ test('optional arguments take their defaults unless present with the right type'
     { deviceId: 'd', path: '/', showHidden: false });
 });
 
-test('missing or non-string required arguments throw the method\'s TypeError', async () => {
+test('missing or non-string required arguments throw the method\'s TypeError', { skip: scripted }, async () => {
   const tool = await newTool();
   const expect = (fn, message) => assert.throws(fn, { name: 'TypeError', message });
   expect(() => tool.fileRead('d'), 'Expected (deviceId: string, filePath: string, startLine?: number, endLine?: number)');
@@ -54,7 +53,7 @@ test('missing or non-string required arguments throw the method\'s TypeError', a
   assert.deepEqual(emu.calls(), []);  // nothing reached the SDK
 });
 
-test('records convert key by key, 64-bit fields as numbers, arrays in order', async () => {
+test('records convert key by key, 64-bit fields as numbers, arrays in order', { skip: scripted }, async () => {
   const tool = await newTool();
   const found = tool.fileFindByName('d', '/', '*');
   emu.complete(await emu.nextCall('FindFilesByName'),
@@ -82,7 +81,7 @@ test('records convert key by key, 64-bit fields as numbers, arrays in order', as
   assert.equal(search.matches, '1:a\n2:b');
 });
 
-test('a missing tool rejects, a tool lost before the call resolves unsuccessfully', async () => {
+test('a missing tool rejects, a tool lost before the call resolves unsuccessfully', { skip: scripted }, async () => {
   const tool = await newTool();
   const bare = new tool.constructor();
   for (const call of [() => bare.fileRead('d', 'p'), () => bare.fileSearch('d', 'p', 'x'),
@@ -108,7 +107,7 @@ test('a missing tool rejects, a tool lost before the call resolves unsuccessfull
   assert.equal((await tool.fileRead('d', 'p')).errorMessage, 'Tool has been destroyed');
 });
 
-test('abort signals cancel through the operation handle; look-alikes are ignored', async () => {
+test('abort signals cancel through the operation handle; look-alikes are ignored', { skip: scripted }, async () => {
   const tool = await newTool();
   const start = async (signal) => {
     const pending = tool.fileSearch('d', 'p', 'x', true, true, signal);
@@ -144,7 +143,7 @@ test('abort signals cancel through the operation handle; look-alikes are ignored
   await settle();
 });
 
-test('a result the SDK never delivers keeps the process alive until it is completed', async () => {
+test('a result the SDK never delivers keeps the process alive until it is completed', { skip: scripted }, async () => {
   const script = `
     const ombrix = require('.');
     const emu = require('./emulator/js');
@@ -161,7 +160,7 @@ test('a result the SDK never delivers keeps the process alive until it is comple
   assert.equal(stdout, 'still alive\nsettled late\n');
 });
 
-test('pending calls still settle after their tool wrapper is collected', async () => {
+test('pending calls still settle after their tool wrapper is collected', { skip: scripted }, async () => {
   let tool = await newTool();
   const pending = [tool.fileRead('d', 'p'), tool.dirList('d', '/')];
   const calls = [await emu.nextCall('ReadFile'), await emu.nextCall('ListDirectory')];
@@ -174,7 +173,7 @@ test('pending calls still settle after their tool wrapper is collected', async (
   assert.deepEqual((await Promise.all(pending)).map((r) => r.success), [true, true]);
 });
 
-test('ten thousand concurrent reads each settle exactly once', async () => {
+test('ten thousand concurrent reads each settle exactly once', { skip: scripted }, async () => {
   const tool = await newTool();
   emu.autoComplete('ReadFile', { success: true, content: 'x' });
   try {
