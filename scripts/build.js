@@ -32,15 +32,27 @@ function build(variant, { developer = false } = {}) {
   const { config, buildDir, outputDir } = paths(variant);
   const sdkDir = process.env.OMBRIX_SDK_DIR || '';
   const configure = ['-S', root, '-B', buildDir, `-DCMAKE_BUILD_TYPE=${config.buildType}`,
-    `-DOMBRIX_SANITIZE=${config.sanitize}`, `-DOMBRIX_SDK_DIR=${sdkDir}`,
+    `-DOMBRIX_SANITIZE=${config.sanitize}`,
     `-DOMBRIX_OUTPUT_DIR=${outputDir}`, `-DOMBRIX_NODE_EXECUTABLE=${process.execPath}`];
+  // Unset keeps the tree's choice (a vendor build stays one); empty switches back.
+  if (process.env.OMBRIX_SDK_DIR !== undefined) configure.push(`-DOMBRIX_SDK_DIR=${sdkDir}`);
   // Never switched off again: a developer tree keeps its suites configured.
   if (developer) configure.push('-DOMBRIX_DEVELOPER=ON');
   run('cmake', configure);
   const jobs = String(os.availableParallelism ? os.availableParallelism() : os.cpus().length);
-  const targets = developer ? [] : ['--target', 'ombrix_addon', ...(sdkDir ? [] : ['ombrix_control'])];
+  const vendor = sdkDir || (process.env.OMBRIX_SDK_DIR === undefined && cachedSdkDir(buildDir));
+  const targets = developer ? [] : ['--target', 'ombrix_addon', ...(vendor ? [] : ['ombrix_control'])];
   run('cmake', ['--build', buildDir, '--parallel', jobs, ...targets]);
   return { buildDir, outputDir };
+}
+
+function cachedSdkDir(buildDir) {
+  try {
+    const match = /^OMBRIX_SDK_DIR:PATH=(.*)$/m.exec(fs.readFileSync(path.join(buildDir, 'CMakeCache.txt'), 'utf8'));
+    return match ? match[1] : '';
+  } catch {
+    return '';
+  }
 }
 
 function run(command, args) {

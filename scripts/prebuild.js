@@ -38,13 +38,14 @@ function main() {
     throw new Error('prebuilt binaries carry the substitute SDK: unset OMBRIX_SDK_DIR to pack');
   }
   fs.rmSync(path.join(root, 'prebuilds'), { recursive: true, force: true });
+  process.env.OMBRIX_SDK_DIR = '';  // a tree last built against a vendor SDK switches back
   const { outputDir } = build('release');
   collect(outputDir, process.platform, process.arch);
 
   if (process.platform !== 'win32' && spawnSync(MINGW, ['--version']).status === 0) {
     const windows = path.join(root, 'build', 'windows');
     run('cmake', ['-S', root, '-B', windows, `-DCMAKE_TOOLCHAIN_FILE=${path.join(root, 'cmake', 'mingw-w64-x86_64.cmake')}`,
-      '-DCMAKE_BUILD_TYPE=Release', `-DOMBRIX_NODE_EXECUTABLE=${process.execPath}`]);
+      '-DCMAKE_BUILD_TYPE=Release', '-DOMBRIX_SDK_DIR=', `-DOMBRIX_NODE_EXECUTABLE=${process.execPath}`]);
     run('cmake', ['--build', windows, '--parallel', String(os.cpus().length), '--target', 'ombrix_addon', 'ombrix_control']);
     collect(windows, 'win32', 'x64');
   } else {

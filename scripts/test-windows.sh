@@ -5,9 +5,12 @@
 #   npm run test:windows [-- test/x.test.js ...]
 # Needs cmake, npm and Debian's g++-mingw-w64-x86-64-posix, wine and wine64.
 set -euo pipefail
+# With OMBRIX_SDK_DIR (a Windows build of the SDK, as `npm run sdk:package --
+# <dir> --windows` makes) the module is built against it and only the suites
+# that need no control surface run.
 root="$(cd "$(dirname "$0")/.." && pwd)"
 build="$root/build/windows"
-cache="$root/build/windows-cache"
+cache="${OMBRIX_WINDOWS_CACHE:-$root/build/windows-cache}"
 # Later majors do not start under Wine 8.
 node_major=22
 
@@ -19,7 +22,7 @@ for tool in cmake npm x86_64-w64-mingw32-g++-posix wine wineserver; do
 done
 
 cmake --no-warn-unused-cli -S "$root" -B "$build" -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64-x86_64.cmake" \
-  -DCMAKE_BUILD_TYPE=Release -DOMBRIX_DEVELOPER=ON >/dev/null
+  -DCMAKE_BUILD_TYPE=Release -DOMBRIX_DEVELOPER=ON "-DOMBRIX_SDK_DIR=${OMBRIX_SDK_DIR:-}" >/dev/null
 cmake --build "$build" --parallel "$(nproc)"
 
 # node.exe, fetched once into the cache.
@@ -54,7 +57,13 @@ wineserver -p
 timeout 60 wine "$build/window_host.exe" warmup
 
 files=("$@")
-((${#files[@]})) || files=("test/**/*.test.js")
+if ((${#files[@]} == 0)); then
+  if [[ -n "${OMBRIX_SDK_DIR:-}" ]]; then
+    mapfile -t files < <(node -p "require('$root/test/vendor-suites.json').suites.map((f) => 'test/' + f).join('\\n')")
+  else
+    files=("test/**/*.test.js")
+  fi
+fi
 log="$build/test-windows.log"
 cd "$root"
 # node.exe fails with EBADF on a Unix pipe as stdout: log to a file, then print it.

@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# The vendor-SDK swap, end to end: packages the substitute SDK as a vendor
+# ships one (npm run sdk:package), builds a clean clone of this repository
+# against the package, and runs the suites that need no control surface —
+# on Linux, and for Windows under Wine when MinGW-w64 and Wine are installed.
+#   npm run test:vendor
+set -euo pipefail
+root="$(cd "$(dirname "$0")/.." && pwd)"
+work="$(mktemp -d)"
+trap 'rm -rf "$work"' EXIT
+label="$(node -p "require('$root/package.json').version")-vendor-check"
+passed=0
+failed=0
+check() {  # check <name> <command...>
+  local name=$1
+  shift
+  if "$@"; then
+    echo "ok - $name"
+    passed=$((passed + 1))
+  else
+    echo "not ok - $name"
+    failed=$((failed + 1))
+  fi
+}
+
+cd "$root"
+npm run --silent sdk:package -- "$work/sdk" --version "$label"
+check "the packaged headers are the contract alone" \
+  bash -c "diff -r '$root/addon/include/ombrix' '$work/sdk/include/ombrix' && [[ \$(ls '$work/sdk/include') == ombrix ]]"
+
+git clone -q "$root" "$work/clone"
+cd "$work/clone"
+export OMBRIX_SDK_DIR="$work/sdk"
+check "a clean clone installs against the packaged SDK, compiling none of the substitute" \
+  bash -c "npm install --no-audit --no-fund && [[ ! -e build/cmake/emulator && ! -e build/Release/control ]]"
+check "require works with no library path set, reports the vendor's version and reads a file" \
+  env -u LD_LIBRARY_PATH node -e "
+    const ombrix = require('.');
+    const assert = require('assert');
+    assert.equal(ombrix.getSDKVersion().version, '$label');
+    const client = ombrix.createOmbrixClient({ serverName: 'vendor' });
+    client.createRemoteFileTool().then((files) => files.fileRead('d', 'package.json', 1, 2)).then((read) => {
+      assert.equal(read.success, true, read.errorMessage);
+      assert.match(read.content, /^\{/);
+      client.close();
+    });"
+check "the suites that need no control surface pass against the packaged SDK" npm test
+
+if command -v x86_64-w64-mingw32-g++-posix >/dev/null && command -v wine >/dev/null; then
+  (cd "$root" && npm run --silent sdk:package -- "$work/sdk-windows" --windows --version "$label")
+  check "Windows under Wine: the module built against the packaged SDK runs the same suites" \
+    env OMBRIX_SDK_DIR="$work/sdk-windows" OMBRIX_WINDOWS_CACHE="$root/build/windows-cache" npm run test:windows
+else
+  echo "# no Windows leg: MinGW-w64 or Wine is not installed"
+fi
+
+echo "vendor: $passed passed, $failed failed"
+((failed == 0))
