@@ -24,9 +24,9 @@ function nodeEnv() {
  * Runs `source` in a fresh node process (cwd: project root) and resolves with
  * { code, signal, stdout, stderr }. Kills it after `timeoutMs`.
  */
-function runNode(source, { timeoutMs = 30000, args = [] } = {}) {
+function runNode(source, { timeoutMs = 30000, args = [], env = nodeEnv() } = {}) {
   return new Promise((resolve) => {
-    const child = spawn(process.execPath, [...args, '-e', source], { cwd: root, env: nodeEnv() });
+    const child = spawn(process.execPath, [...args, '-e', source], { cwd: root, env });
     let stdout = '';
     let stderr = '';
     child.stdout.on('data', (d) => { stdout += d; });

@@ -9,7 +9,7 @@ const path = require('path');
 
 const ombrix = require('..');
 const { modulePath } = require('../lib/binding');
-const { root, runNode, emu, scripted } = require('./helpers');
+const { root, runNode, nodeEnv, emu, scripted } = require('./helpers');
 
 const ENUMS = {
   RemoteDeviceStatus: [['UNKNOWN', 0], ['OFFLINE', 1], ['ONLINE', 2]],
@@ -124,9 +124,11 @@ test('a missing binary is named with where it was looked for and how to build it
   fs.copyFileSync(path.join(root, 'package.json'), path.join(copy, 'package.json'));
   fs.symlinkSync(path.join(root, 'node_modules'), path.join(copy, 'node_modules'));
   const platform = `${process.platform}-${process.arch}`;
+  const env = { ...nodeEnv() };
+  delete env.OMBRIX_BUILD;  // the copy's default loader, not a developer build variant
   try {
     const missing = await runNode(`try { require(${JSON.stringify(copy)}); } catch (e) {
-      console.log(JSON.stringify({ code: e.code, message: e.message })); }`);
+      console.log(JSON.stringify({ code: e.code, message: e.message })); }`, { env });
     const error = JSON.parse(missing.stdout);
     assert.equal(error.code, 'ERR_OMBRIX_LOAD');
     for (const part of [`no native module for ${platform}`, path.join(copy, 'build', 'Release'),
@@ -136,7 +138,7 @@ test('a missing binary is named with where it was looked for and how to build it
     // A binary that is there but does not load says which file and why.
     fs.mkdirSync(path.join(copy, 'prebuilds', platform), { recursive: true });
     fs.writeFileSync(path.join(copy, 'prebuilds', platform, 'ombrix_addon.node'), 'not a library');
-    const broken = await runNode(`try { require(${JSON.stringify(copy)}); } catch (e) { console.log(e.message); }`);
+    const broken = await runNode(`try { require(${JSON.stringify(copy)}); } catch (e) { console.log(e.message); }`, { env });
     assert.match(broken.stdout, /ombrix_addon\.node could not be loaded \(.+\)\..*npm rebuild ombrix_addon/s);
   } finally {
     fs.rmSync(copy, { recursive: true, force: true });
