@@ -7,6 +7,7 @@
 // surface) and bench/.
 const fs = require('fs');
 const path = require('path');
+const nodeGypBuild = require('node-gyp-build');
 
 const root = path.resolve(__dirname, '..');
 const variant = process.env.OMBRIX_BUILD && process.env.OMBRIX_BUILD !== 'release' ? process.env.OMBRIX_BUILD : null;
@@ -43,7 +44,7 @@ function modulePath() {
     return found;
   }
   try {
-    found = require('node-gyp-build').path(root);
+    found = nodeGypBuild.path(root);
   } catch (cause) {
     const platform = `${process.platform}-${process.arch}`;
     throw loadError(`no native module for ${platform}. Looked for a source build in ` +

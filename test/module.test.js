@@ -122,10 +122,11 @@ test('a missing binary is named with where it was looked for and how to build it
   const copy = fs.mkdtempSync(path.join(os.tmpdir(), 'ombrix-nobinary-'));
   fs.cpSync(path.join(root, 'lib'), path.join(copy, 'lib'), { recursive: true });
   fs.copyFileSync(path.join(root, 'package.json'), path.join(copy, 'package.json'));
-  fs.symlinkSync(path.join(root, 'node_modules'), path.join(copy, 'node_modules'));
   const platform = `${process.platform}-${process.arch}`;
-  const env = { ...nodeEnv() };
-  delete env.OMBRIX_BUILD;  // the copy's default loader, not a developer build variant
+  // The copy's default loader (not a developer build variant), with this
+  // checkout's dependencies.
+  const env = { ...nodeEnv(), NODE_PATH: path.join(root, 'node_modules') };
+  delete env.OMBRIX_BUILD;
   try {
     const missing = await runNode(`try { require(${JSON.stringify(copy)}); } catch (e) {
       console.log(JSON.stringify({ code: e.code, message: e.message })); }`, { env });
