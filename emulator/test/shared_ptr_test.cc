@@ -41,7 +41,8 @@ TEST(SharedPtrTest, OwnsSharesAndReleasesOnce) {
     EXPECT_FALSE(b);
     EXPECT_EQ(c.get(), a.get());
     c->Cancel();
-    a = a;  // self-assignment keeps the object
+    Handle& alias = a;  // through a reference, so compilers do not flag the self-assignment
+    a = alias;          // self-assignment keeps the object
     a.reset();
     EXPECT_EQ(destroyed.load(), 0);
     c = nullptr;

@@ -17,4 +17,5 @@ FARPROC WINAPI ResolveHostModule(unsigned notification, PDelayLoadInfo info) {
 
 }  // namespace
 
-PfnDliHook __pfnDliNotifyHook2 = ResolveHostModule;
+// decltype: newer Windows SDKs declare the hook const, MinGW-w64 does not.
+decltype(__pfnDliNotifyHook2) __pfnDliNotifyHook2 = ResolveHostModule;
