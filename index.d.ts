@@ -194,6 +194,27 @@ export interface VersionInfo {
 /** Returns a new record of the loaded SDK's version; arguments are ignored. */
 export declare function getSDKVersion(): VersionInfo;
 
+/** The stable `code` of every Error the module raises (docs/api/README.md lists when). */
+export type OmbrixErrorCode =
+  | 'ERR_OMBRIX_INVALID_ARG'
+  | 'ERR_OMBRIX_NOT_INITIALIZED'
+  | 'ERR_OMBRIX_TOOL_DESTROYED'
+  | 'ERR_OMBRIX_NO_RESULT'
+  | 'ERR_OMBRIX_SDK_FAILURE'
+  | 'ERR_OMBRIX_UNAVAILABLE'
+  | 'ERR_OMBRIX_ABORTED'
+  | 'ERR_OMBRIX_NOT_OPEN'
+  | 'ERR_OMBRIX_ALREADY_LOCKED'
+  | 'ERR_OMBRIX_OUT_OF_RANGE'
+  | 'ERR_OMBRIX_ILLEGAL_INVOCATION'
+  | 'ERR_OMBRIX_INTERNAL'
+  | 'ERR_OMBRIX_LOAD';
+
+/** An Error raised by the module: its text is the one the API guide gives, `code` is stable. */
+export interface OmbrixError extends Error {
+  code: OmbrixErrorCode;
+}
+
 /** Level names a log line can carry; "UNKNOWN" for a level outside 0..5. */
 export type LogLevelName = 'TRACE' | 'DEBUG' | 'INFO' | 'WARNING' | 'ERROR' | 'FATAL' | 'UNKNOWN';
 

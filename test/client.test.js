@@ -136,3 +136,49 @@ test('close() releases the client: the process ends by itself, its methods refus
   assert.equal(code, 0, stderr);
   assert.deepEqual(JSON.parse(stdout), { refused: 'Client is not initialized', read: true, dispose: 'symbol' });
 });
+
+test('errors carry a stable code beside their exact text', async () => {
+  const thrown = (fn) => {
+    try {
+      fn();
+    } catch (e) {
+      return [e.constructor.name, e.code, e.message];
+    }
+    return null;
+  };
+  const rejected = async (promise) => {
+    const e = await rejection(promise);
+    return [e.constructor.name, e.code, e.message];
+  };
+  const client = ombrix.createOmbrixClient({ serverName: 'codes' });
+  assert.deepEqual(thrown(() => ombrix.createOmbrixClient()),
+    ['TypeError', 'ERR_OMBRIX_INVALID_ARG', 'Expected at least 1 argument: config']);
+  emu.injectFault('CreateOmbrixClient', 'throw');
+  assert.deepEqual(thrown(() => ombrix.createOmbrixClient({ serverName: 'x' })).slice(0, 2),
+    ['Error', 'ERR_OMBRIX_SDK_FAILURE']);
+
+  const files = await client.createRemoteFileTool();
+  assert.deepEqual(await rejected(new files.constructor().fileRead('d', 'p')),
+    ['Error', 'ERR_OMBRIX_NOT_INITIALIZED', 'Tool is not initialized']);
+  const dropped = files.fileRead('d', 'p');
+  emu.drop(await emu.nextCall('ReadFile'));
+  assert.deepEqual(await rejected(dropped),
+    ['Error', 'ERR_OMBRIX_NO_RESULT', 'The SDK dropped the operation without a result']);
+  const account = await client.createAccountTool();
+  emu.injectWeakLockFailure('AccountTool');
+  assert.deepEqual(await rejected(account.getAccountId()),
+    ['Error', 'ERR_OMBRIX_TOOL_DESTROYED', 'Tool has been destroyed']);
+
+  const unavailable = client.getFernwickWorkspace();
+  emu.complete(await emu.nextCall('GetFernwickWorkspace'), '');
+  assert.deepEqual(await rejected(unavailable), ['Error', 'ERR_OMBRIX_UNAVAILABLE', 'Fernwick workspace not available']);
+  const aborted = client.getFernwickWorkspace();
+  emu.drop(await emu.nextCall('GetFernwickWorkspace'));
+  assert.deepEqual(await rejected(aborted), ['Error', 'ERR_OMBRIX_ABORTED', 'Fernwick workspace request aborted']);
+
+  client.close();
+  assert.deepEqual(thrown(() => client.createRemoteFileTool()),
+    ['Error', 'ERR_OMBRIX_NOT_INITIALIZED', 'Client is not initialized']);
+  const region = new ombrix.ShmRegion();
+  assert.deepEqual(thrown(() => region.readBytes(0, 1)), ['Error', 'ERR_OMBRIX_NOT_OPEN', 'ShmRegion is not open']);
+});

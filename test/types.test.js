@@ -248,3 +248,14 @@ test('docs/api describes every declared method with its exact error texts', { sk
   }
   assert.deepEqual(missing, [], `docs/api is incomplete:\n  ${missing.join('\n  ')}`);
 });
+
+test('the error codes the module raises are the ones index.d.ts and docs/api declare', () => {
+  const codes = (text, pattern) => new Set([...text.matchAll(pattern)].map((m) => m[1]));
+  const read = (...parts) => fs.readFileSync(path.join(root, ...parts), 'utf8');
+  const raised = codes(read('addon', 'src', 'errors.h') + read('lib', 'binding.js'), /["'](ERR_OMBRIX_\w+)["']/g);
+  const declared = codes(read('index.d.ts'), /'(ERR_OMBRIX_\w+)'/g);
+  const documented = codes(read('docs', 'api', 'README.md'), /`(ERR_OMBRIX_\w+)`/g);
+  assert.ok(raised.size >= 10, `only ${raised.size} codes found`);
+  assert.deepEqual([...declared].sort(), [...raised].sort());
+  assert.deepEqual([...documented].sort(), [...raised].sort());
+});

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "account_tool_observer.h"
+#include "errors.h"
 #include "ombrix_addon/records.h"
 #include "tool_promise.h"
 
@@ -90,7 +91,7 @@ Napi::Value AccountTool::GetRemoteDeviceList(const Napi::CallbackInfo& info) {
 Napi::Value AccountTool::SetObserver(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
   if (info.Length() < 1 || !info[0].IsObject()) {
-    throw Napi::TypeError::New(env, "Expected observer object as first argument");
+    throw ArgumentError(env, "Expected observer object as first argument");
   }
   Napi::Object observer = info[0].As<Napi::Object>();
   auto keep = [&](const char* name, Napi::FunctionReference& slot) {

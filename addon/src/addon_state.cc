@@ -1,5 +1,7 @@
 #include "addon_state.h"
 
+#include "errors.h"
+
 namespace ombrix_addon {
 
 AddonState& AddonState::Get(Napi::Env env) {
@@ -21,7 +23,7 @@ void AddonState::SetConstructor(const std::string& className, Napi::Function con
 Napi::Function AddonState::Constructor(Napi::Env env, const std::string& className) const {
   auto found = constructors_.find(className);
   if (found == constructors_.end()) {
-    throw Napi::Error::New(env, "class " + className + " is not registered");
+    throw CodedError(env, code::kInternal, "class " + className + " is not registered");
   }
   return found->second.Value();
 }

@@ -8,13 +8,15 @@
 
 #include <napi.h>
 
+#include "errors.h"
+
 namespace ombrix_addon {
 
 // TypeError `message` unless there are at least `count` arguments, all strings.
 inline void RequireStrings(const Napi::CallbackInfo& info, size_t count, const char* message) {
   bool ok = info.Length() >= count;
   for (size_t i = 0; ok && i < count; ++i) ok = info[i].IsString();
-  if (!ok) throw Napi::TypeError::New(info.Env(), message);
+  if (!ok) throw ArgumentError(info.Env(), message);
 }
 
 // TypeError `message` unless the leading arguments have exactly `types`.
@@ -26,7 +28,7 @@ inline void RequireArgs(const Napi::CallbackInfo& info, std::initializer_list<na
     if (!ok) break;
     ok = info[index++].Type() == type;
   }
-  if (!ok) throw Napi::TypeError::New(info.Env(), message);
+  if (!ok) throw ArgumentError(info.Env(), message);
 }
 
 inline std::string StringArg(const Napi::CallbackInfo& info, size_t index) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "addon_state.h"
+#include "errors.h"
 #include "js_channel.h"
 #include "js_records.h"
 #include "native_tool_call.h"
@@ -39,7 +40,7 @@ Itf& Held(const Napi::CallbackInfo& info, const char* key, const napi_type_tag& 
       if (held && *held) return *held->get();
     }
   }
-  throw Napi::TypeError::New(info.Env(), "Illegal invocation");
+  throw CodedTypeError(info.Env(), code::kIllegalInvocation, "Illegal invocation");
 }
 
 ChatResponseStreamItf& Stream(const Napi::CallbackInfo& info) {

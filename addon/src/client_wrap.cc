@@ -9,6 +9,7 @@
 #include "audit_session_manager_wrap.h"
 #include "chat_session_manager_wrap.h"
 #include "client_observer.h"
+#include "errors.h"
 #include "fernwick_manager_wrap.h"
 #include "notification_service_wrap.h"
 #include "remote_control_tool_wrap.h"
@@ -63,7 +64,8 @@ class WorkspaceDelivery final : public JsTask {
     if (request_->settled) return;
     request_->settled = true;
     if (path_.empty()) {
-      request_->deferred.Reject(Napi::Error::New(env, "Fernwick workspace not available").Value());
+      request_->deferred.Reject(
+          CodedError(env, code::kUnavailable, "Fernwick workspace not available").Value());
     } else {
       request_->deferred.Resolve(Napi::String::New(env, path_));
     }
@@ -151,24 +153,24 @@ void OmbrixClient::Release() {
 
 Napi::Value OmbrixClient::Create(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
-  if (info.Length() < 1) throw Napi::TypeError::New(env, "Expected at least 1 argument: config");
+  if (info.Length() < 1) throw ArgumentError(env, "Expected at least 1 argument: config");
   if (!info[0].IsObject()) {
-    throw Napi::TypeError::New(env, "Expected config object as first argument");
+    throw ArgumentError(env, "Expected config object as first argument");
   }
   Napi::Object config = info[0].As<Napi::Object>();
   if (!config.Has("serverName") || !config.Get("serverName").IsString()) {
-    throw Napi::TypeError::New(env, "createOmbrixClient: config.serverName (string) is required");
+    throw ArgumentError(env, "createOmbrixClient: config.serverName (string) is required");
   }
   std::string serverName = config.Get("serverName").As<Napi::String>().Utf8Value();
   if (serverName.empty()) {
-    throw Napi::TypeError::New(env, "createOmbrixClient: config.serverName must be non-empty");
+    throw ArgumentError(env, "createOmbrixClient: config.serverName must be non-empty");
   }
 
   try {
     SharedPtr<ChatSessionManagerItf> chatSessionManager;
     if (info.Length() >= 2 && !info[1].IsUndefined() && !info[1].IsNull()) {
       if (!info[1].IsObject()) {
-        throw Napi::TypeError::New(env, "Expected ChatSessionManager object as second argument");
+        throw ArgumentError(env, "Expected ChatSessionManager object as second argument");
       }
       chatSessionManager = SharedPtr<ChatSessionManagerItf>(
           new JSChatSessionManager(env, info[1].As<Napi::Object>()));
@@ -176,21 +178,21 @@ Napi::Value OmbrixClient::Create(const Napi::CallbackInfo& info) {
     SharedPtr<NotificationServiceItf> notificationService;
     if (info.Length() >= 3 && !info[2].IsUndefined() && !info[2].IsNull()) {
       if (!info[2].IsObject()) {
-        throw Napi::TypeError::New(env, "Expected NotificationService object as third argument");
+        throw ArgumentError(env, "Expected NotificationService object as third argument");
       }
       notificationService = SharedPtr<NotificationServiceItf>(
           new JSNotificationService(env, info[2].As<Napi::Object>()));
     }
 
     SharedPtr<ThreadItf> signaling = ThreadItf::Create("OmbrixAddonSignaling");
-    if (!signaling) throw Napi::Error::New(env, "Failed to create signaling thread");
+    if (!signaling) throw CodedError(env, code::kSdkFailure, "Failed to create signaling thread");
 
     OmbrixConfig sdkConfig;
     sdkConfig.serverName = serverName.c_str();
     sdkConfig.signalingThread = signaling;
     SharedPtr<OmbrixClientItf> client =
         CreateOmbrixClient(sdkConfig, chatSessionManager, notificationService);
-    if (!client) throw Napi::Error::New(env, "Failed to create OmbrixClient");
+    if (!client) throw CodedError(env, code::kSdkFailure, "Failed to create OmbrixClient");
 
     Napi::Object instance = AddonState::Get(env).Constructor(env, kClassName).New({});
     FromValue(instance)->Attach(env, std::move(client));
@@ -198,7 +200,7 @@ Napi::Value OmbrixClient::Create(const Napi::CallbackInfo& info) {
   } catch (const Napi::Error&) {
     throw;
   } catch (const std::exception& e) {
-    throw Napi::Error::New(env, std::string("Failed to create OmbrixClient: ") + e.what());
+    throw CodedError(env, code::kSdkFailure, std::string("Failed to create OmbrixClient: ") + e.what());
   }
 }
 
@@ -220,7 +222,7 @@ void OmbrixClient::QueueToolServiceDisconnected() {
 }
 
 void OmbrixClient::RequireClient(Napi::Env env, const char* message) const {
-  if (!client_) throw Napi::Error::New(env, message);
+  if (!client_) throw CodedError(env, code::kNotInitialized, message);
 }
 
 Napi::Value OmbrixClient::CreateAccountTool(const Napi::CallbackInfo& info) {
@@ -256,7 +258,7 @@ Napi::Value OmbrixClient::CreateRemoteShellTool(const Napi::CallbackInfo& info) 
 Napi::Value OmbrixClient::SetObserver(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
   if (info.Length() < 1 || !info[0].IsObject()) {
-    throw Napi::TypeError::New(env, "Expected observer object as first argument");
+    throw ArgumentError(env, "Expected observer object as first argument");
   }
   Napi::Object observer = info[0].As<Napi::Object>();
   // Persistent (strong) references: a callback that refers to this client
@@ -278,7 +280,7 @@ Napi::Value OmbrixClient::SetAuditManager(const Napi::CallbackInfo& info) {
   SharedPtr<AuditSessionManagerItf> manager;
   if (info.Length() > 0 && !info[0].IsUndefined() && !info[0].IsNull()) {
     if (!info[0].IsObject()) {
-      throw Napi::TypeError::New(env, "Expected AuditSessionManager object or null");
+      throw ArgumentError(env, "Expected AuditSessionManager object or null");
     }
     manager = SharedPtr<AuditSessionManagerItf>(
         new JSAuditSessionManager(env, info[0].As<Napi::Object>()));
@@ -297,8 +299,8 @@ Napi::Value OmbrixClient::GetFernwickWorkspace(const Napi::CallbackInfo& info) {
                                      if (request->settled) return;
                                      request->settled = true;
                                      request->deferred.Reject(
-                                         Napi::Error::New(closeEnv,
-                                                          "Fernwick workspace request aborted")
+                                         CodedError(closeEnv, code::kAborted,
+                                                    "Fernwick workspace request aborted")
                                              .Value());
                                    });
   client_->GetFernwickWorkspace(
@@ -314,13 +316,13 @@ Napi::Value OmbrixClient::CreateFernwickManager(const Napi::CallbackInfo& info) 
     if (info.Length() > 0 && info[0].IsObject()) {
       manager = SharedPtr<FernwickManagerItf>(new JSFernwickManager(env, info[0].As<Napi::Object>()));
     } else if (info.Length() > 0 && !info[0].IsUndefined() && !info[0].IsNull()) {
-      throw Napi::TypeError::New(
+      throw ArgumentError(
           env, "createFernwickManager: arg 1 must be an FernwickManager object, null, or undefined");
     }
     SharedPtr<FernwickManagerItf> created = client_->CreateFernwickManager(manager);
     if (!created) {
-      throw Napi::Error::New(env,
-                             "createFernwickManager returned null (client not yet initialized?)");
+      throw CodedError(env, code::kSdkFailure,
+                       "createFernwickManager returned null (client not yet initialized?)");
     }
     return Napi::External<SharedPtr<FernwickManagerItf>>::New(
         env, new SharedPtr<FernwickManagerItf>(std::move(created)),
@@ -328,7 +330,7 @@ Napi::Value OmbrixClient::CreateFernwickManager(const Napi::CallbackInfo& info) 
   } catch (const Napi::Error&) {
     throw;
   } catch (const std::exception& e) {
-    throw Napi::Error::New(env, std::string("createFernwickManager failed: ") + e.what());
+    throw CodedError(env, code::kSdkFailure, std::string("createFernwickManager failed: ") + e.what());
   }
 }
 

@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "addon_state.h"
+#include "errors.h"
 
 namespace ombrix_addon {
 
@@ -82,7 +83,7 @@ void PendingJsCallBase::Run(Napi::Env env) {
     } catch (const Napi::Error& error) {
       RaiseUnhandled(info.Env(), error.Value());
     } catch (const std::exception& error) {
-      RaiseUnhandled(info.Env(), Napi::Error::New(info.Env(), error.what()).Value());
+      RaiseUnhandled(info.Env(), CodedError(info.Env(), code::kInternal, error.what()).Value());
     }
   });
   Napi::Function onRejected = Napi::Function::New(env, [self](const Napi::CallbackInfo& info) {

@@ -2,6 +2,8 @@
 
 #include <exception>
 
+#include "errors.h"
+
 namespace ombrix_addon {
 
 namespace {
@@ -71,7 +73,7 @@ void JsChannel::Dispatch(Napi::Env env, Napi::Function callback, JsChannel*, JsT
   } catch (const Napi::Error&) {
     throw;  // surfaces as a JavaScript exception
   } catch (const std::exception& e) {
-    throw Napi::Error::New(env, e.what());
+    throw CodedError(env, code::kInternal, e.what());
   }
 }
 

@@ -1,5 +1,7 @@
 #include "js_target.h"
 
+#include "errors.h"
+
 namespace ombrix_addon {
 
 namespace {
@@ -18,7 +20,7 @@ class DropReference final : public JsTask {
 JsTarget::JsTarget(Napi::Env env, Napi::Object object, const char* className)
     : env_(env), ref_(nullptr) {
   if (napi_create_reference(env, object, 1, &ref_) != napi_ok) {
-    throw Napi::Error::New(env, std::string(className) + ": cannot reference the object");
+    throw CodedError(env, code::kInternal, std::string(className) + ": cannot reference the object");
   }
   try {
     channel_ = JsChannel::Create(env, className);

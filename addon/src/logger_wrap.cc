@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "errors.h"
+
 namespace ombrix_addon {
 
 using quelt::ombrix::LogContext;
@@ -96,13 +98,13 @@ Napi::Value SetLogger(const Napi::CallbackInfo& info) {
       logger::SetLogger(nullptr);
       slot.current.reset();
     } catch (const std::exception& e) {
-      throw Napi::Error::New(env, std::string("Failed to clear logger: ") + e.what());
+      throw CodedError(env, code::kSdkFailure, std::string("Failed to clear logger: ") + e.what());
     }
     return Napi::Boolean::New(env, true);
   }
 
   if (!info[0].IsFunction()) {
-    throw Napi::TypeError::New(env, "Expected callback function or null as first argument");
+    throw ArgumentError(env, "Expected callback function or null as first argument");
   }
 
   int32_t level = kDefaultLevel;
@@ -118,7 +120,7 @@ Napi::Value SetLogger(const Napi::CallbackInfo& info) {
     slot.current->SetMinLevel(level);
     logger::SetLogger(slot.current.get());
   } catch (const std::exception& e) {
-    throw Napi::Error::New(env, std::string("Failed to set logger: ") + e.what());
+    throw CodedError(env, code::kSdkFailure, std::string("Failed to set logger: ") + e.what());
   }
   return Napi::Boolean::New(env, true);
 }

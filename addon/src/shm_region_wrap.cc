@@ -5,6 +5,7 @@
 #include <string>
 
 #include "addon_state.h"
+#include "errors.h"
 
 namespace ombrix_addon {
 
@@ -23,12 +24,12 @@ U32Pair ReadU32Pair(const Napi::CallbackInfo& info, const char* signature,
                     const char* rangeMessage) {
   Napi::Env env = info.Env();
   if (info.Length() < 2 || !info[0].IsNumber() || !info[1].IsNumber()) {
-    throw Napi::TypeError::New(env, signature);
+    throw ArgumentError(env, signature);
   }
   const double first = info[0].As<Napi::Number>().DoubleValue();
   const double second = info[1].As<Napi::Number>().DoubleValue();
   auto inRange = [](double v) { return !std::isnan(v) && v >= 0 && v <= 4294967295.0; };
-  if (!inRange(first) || !inRange(second)) throw Napi::RangeError::New(env, rangeMessage);
+  if (!inRange(first) || !inRange(second)) throw CodedRangeError(env, code::kOutOfRange, rangeMessage);
   return {static_cast<uint32_t>(first), static_cast<uint32_t>(second)};
 }
 
@@ -53,7 +54,7 @@ ShmRegion::ShmRegion(const Napi::CallbackInfo& info)
 Napi::Value ShmRegion::Open(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
   if (info.Length() < 1 || !info[0].IsString()) {
-    throw Napi::TypeError::New(env, "Expected shmName string");
+    throw ArgumentError(env, "Expected shmName string");
   }
   const std::string sectionName = info[0].As<Napi::String>().Utf8Value();
   std::string mutexName;
@@ -76,7 +77,7 @@ Napi::Value ShmRegion::IsOpen(const Napi::CallbackInfo& info) {
 
 Napi::Value ShmRegion::Lock(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
-  if (locked_) throw Napi::Error::New(env, "ShmRegion already locked (non-recursive)");
+  if (locked_) throw CodedError(env, code::kAlreadyLocked, "ShmRegion already locked (non-recursive)");
   uint32_t timeoutMs = kDefaultLockTimeoutMs;
   // uint32 conversion on purpose: -1 is the endless wait.
   if (info.Length() >= 1 && info[0].IsNumber()) {
@@ -97,7 +98,7 @@ Napi::Value ShmRegion::Unlock(const Napi::CallbackInfo& info) {
 
 Napi::Value ShmRegion::ReadBytes(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
-  if (!core_->IsOpen()) throw Napi::Error::New(env, "ShmRegion is not open");
+  if (!core_->IsOpen()) throw CodedError(env, code::kNotOpen, "ShmRegion is not open");
   const U32Pair args = ReadU32Pair(info, "Expected (offset: number, length: number)",
                                    "offset and length must be non-negative uint32");
   const uint32_t offset = args.first;
@@ -110,7 +111,7 @@ Napi::Value ShmRegion::ReadBytes(const Napi::CallbackInfo& info) {
 
 Napi::Value ShmRegion::WriteU32(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
-  if (!core_->IsOpen()) throw Napi::Error::New(env, "ShmRegion is not open");
+  if (!core_->IsOpen()) throw CodedError(env, code::kNotOpen, "ShmRegion is not open");
   const U32Pair args = ReadU32Pair(info, "Expected (offset: number, value: number)",
                                    "offset and value must be non-negative uint32");
   core_->Write32(args.first, args.second);

@@ -7,6 +7,8 @@
 
 #include <napi.h>
 
+#include "errors.h"
+
 namespace ombrix_addon {
 
 // A stable, per-name tag (two FNV-1a hashes), so no two classes share one.
@@ -26,7 +28,7 @@ napi_value GuardedCall(napi_env env, Body&& body) {
   } catch (const Napi::Error& e) {
     e.ThrowAsJavaScriptException();
   } catch (const std::exception& e) {
-    Napi::Error::New(env, e.what()).ThrowAsJavaScriptException();
+    CodedError(env, code::kSdkFailure, e.what()).ThrowAsJavaScriptException();
   }
   return nullptr;
 }
@@ -91,7 +93,7 @@ class TaggedWrap : public Napi::ObjectWrap<T> {
     return GuardedCall(env, [&]() -> napi_value {
       Napi::CallbackInfo info(env, cbinfo);
       T* self = FromValue(info.This());
-      if (!self) throw Napi::TypeError::New(env, "Illegal invocation");
+      if (!self) throw CodedTypeError(env, code::kIllegalInvocation, "Illegal invocation");
       return (self->*M)(info);
     });
   }

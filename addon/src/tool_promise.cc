@@ -2,9 +2,9 @@
 
 namespace ombrix_addon {
 
-Napi::Value RejectedPromise(Napi::Env env, const char* message) {
+Napi::Value RejectedPromise(Napi::Env env, const char* code, const char* message) {
   auto deferred = Napi::Promise::Deferred::New(env);
-  deferred.Reject(Napi::Error::New(env, message).Value());
+  deferred.Reject(CodedError(env, code, message).Value());
   return deferred.Promise();
 }
 

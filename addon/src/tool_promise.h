@@ -15,6 +15,7 @@
 
 #include <napi.h>
 
+#include "errors.h"
 #include "js_channel.h"
 #include "js_convert.h"
 #include "ombrix/callback.h"
@@ -39,9 +40,10 @@ struct Captured<const char*> {
   static std::string Copy(const char* text) { return text ? text : ""; }
 };
 
-// A delivery without a result: the Promise rejects with this text. A type of
-// its own, so that string results stay distinct from it.
+// A delivery without a result: the Promise rejects with this code and text. A
+// type of its own, so that string results stay distinct from it.
 struct DeliveryError {
+  const char* code;
   std::string text;
 };
 
@@ -52,20 +54,20 @@ class ResultDelivery final : public JsTask {
   ResultDelivery(Napi::Promise::Deferred deferred, R result)
       : deferred_(deferred), result_(std::move(result)), hasResult_(true) {}
   ResultDelivery(Napi::Promise::Deferred deferred, DeliveryError error)
-      : deferred_(deferred), error_(std::move(error.text)), hasResult_(false) {}
+      : deferred_(deferred), error_(std::move(error)), hasResult_(false) {}
 
   void Run(Napi::Env env, Napi::Function) override {
     if (hasResult_) {
       deferred_.Resolve(ToJs(env, result_));
     } else {
-      deferred_.Reject(Napi::Error::New(env, error_).Value());
+      deferred_.Reject(CodedError(env, error_.code, error_.text).Value());
     }
   }
 
  private:
   Napi::Promise::Deferred deferred_;
   R result_{};
-  std::string error_;
+  DeliveryError error_{};
   bool hasResult_;
 };
 
@@ -79,14 +81,14 @@ class PromiseCallback final : public sdk::CallbackItf<Arg> {
 
   // An SDK that drops the callback unanswered would otherwise leave the
   // Promise pending and its channel holding the event loop for ever.
-  ~PromiseCallback() override { Reject("The SDK dropped the operation without a result"); }
+  ~PromiseCallback() override { Reject(code::kNoResult, "The SDK dropped the operation without a result"); }
 
   void OnResult(Arg result) override {
     Deliver(std::make_unique<ResultDelivery<Result>>(deferred_, Captured<Arg>::Copy(result)));
   }
 
-  void Reject(std::string message) {
-    Deliver(std::make_unique<ResultDelivery<Result>>(deferred_, DeliveryError{std::move(message)}));
+  void Reject(const char* code, std::string message) {
+    Deliver(std::make_unique<ResultDelivery<Result>>(deferred_, DeliveryError{code, std::move(message)}));
   }
 
  private:
@@ -121,10 +123,10 @@ void ReportDestroyed(PromiseCallback<const R&>& callback) {
 // Values without a record to carry the failure reject instead.
 template <class Arg>
 void ReportDestroyed(PromiseCallback<Arg>& callback) {
-  callback.Reject("Tool has been destroyed");
+  callback.Reject(code::kToolDestroyed, "Tool has been destroyed");
 }
 
-Napi::Value RejectedPromise(Napi::Env env, const char* message);
+Napi::Value RejectedPromise(Napi::Env env, const char* code, const char* message);
 
 // Cancels `handle` when `signal` (anything AbortSignal-like) aborts.
 void WireAbortSignal(Napi::Env env, Napi::Value signal, sdk::SharedPtr<sdk::OperationHandleItf> handle);
@@ -136,7 +138,7 @@ constexpr const char* kToolNotInitialized = "Tool is not initialized";
 template <class Arg, class Itf, class Call>
 Napi::Value StartToolCall(Napi::Env env, const sdk::SharedPtr<Itf>& tool, const char* notInitialized,
                           const char* resourceName, bool relock, Napi::Value signal, Call&& call) {
-  if (!tool) return RejectedPromise(env, notInitialized);
+  if (!tool) return RejectedPromise(env, code::kNotInitialized, notInitialized);
   auto deferred = Napi::Promise::Deferred::New(env);
   auto* callback = new PromiseCallback<Arg>(deferred, JsChannel::Create(env, resourceName));
   sdk::SharedPtr<sdk::CallbackItf<Arg>> owned(callback);
