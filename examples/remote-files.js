@@ -34,10 +34,11 @@ async function main() {
     console.log(`a missing file resolves, unsuccessfully: "${missing.errorMessage}"`);
   } finally {
     fs.rmSync(dir, { recursive: true, force: true });
+    client.close();  // the process then ends by itself
   }
 }
 
-main().then(() => process.exit(0), (error) => {
+main().catch((error) => {
   console.error(error);
   process.exit(1);
 });

@@ -15,9 +15,10 @@ async function main() {
   const slow = await shell.shellExec('this-machine', windows ? 'ping -n 30 127.0.0.1' : 'sleep 30', os.tmpdir(),
     AbortSignal.timeout(200));
   console.log(`cancelled: success ${slow.success}, "${slow.errorMessage}"`);
+  client.close();  // the process then ends by itself
 }
 
-main().then(() => process.exit(0), (error) => {
+main().catch((error) => {
   console.error(error);
   process.exit(1);
 });
