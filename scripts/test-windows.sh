@@ -35,7 +35,7 @@ if [[ ! -f "$node_dir/node.exe" ]]; then
   rm -rf "$cache/pack"
 fi
 
-export WINEPREFIX="$cache/wineprefix" WINEARCH=win64 WINEDEBUG=-all
+export WINEPREFIX="$cache/wineprefix" WINEARCH=win64 WINEDEBUG="${WINEDEBUG:--all}"
 export WINEDLLOVERRIDES="mscoree,mshtml="  # no Mono or Gecko installer prompts
 if [[ ! -f "$WINEPREFIX/.ombrix-ready" ]]; then
   timeout 300 wineboot -i

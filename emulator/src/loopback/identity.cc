@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <random>
+#include <type_traits>
 
 namespace quelt {
 namespace ombrix {
@@ -52,6 +53,7 @@ std::string GenerateToken(const std::string& prefix) {
     std::seed_seq seed{device(), device(), device(), device()};
     return std::mt19937_64(seed);
   }());
+  static_assert(std::is_trivially_destructible<decltype(engine)>::value, "thread_local needs no destructor");
   return prefix + "." + Hex(engine()) + Hex(engine());
 }
 

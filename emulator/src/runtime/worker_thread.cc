@@ -2,8 +2,10 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdio>
 #include <deque>
 #include <mutex>
+#include <type_traits>
 
 #if defined(__linux__) || defined(__APPLE__)
 #include <pthread.h>
@@ -16,7 +18,10 @@ namespace ombrix {
 namespace emu {
 
 namespace {
-thread_local std::string t_threadName;
+// A plain array, not a std::string: a thread_local with a destructor inside a
+// MinGW-built DLL frees freed memory at every thread exit.
+thread_local char t_threadName[64];
+static_assert(std::is_trivially_destructible<decltype(t_threadName)>::value, "thread_local needs no destructor");
 std::atomic<int> g_failNextCreate{0};
 }  // namespace
 
@@ -28,10 +33,10 @@ struct WorkerThread::State {
   bool stopping = false;
 };
 
-const char* CurrentThreadName() { return t_threadName.c_str(); }
+const char* CurrentThreadName() { return t_threadName; }
 
 void NameCurrentThread(const std::string& name) {
-  t_threadName = name;
+  std::snprintf(t_threadName, sizeof t_threadName, "%s", name.c_str());
 #if defined(__linux__)
   // The kernel keeps 15 characters.
   pthread_setname_np(pthread_self(), name.substr(0, 15).c_str());

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <type_traits>
 
 namespace ombrix_addon {
 
@@ -11,6 +12,7 @@ namespace {
 // The thread's last error, as Windows keeps one per thread. errno itself is
 // no use: the event loop overwrites it between two calls from JavaScript.
 thread_local uint32_t lastError = 0;
+static_assert(std::is_trivially_destructible<decltype(lastError)>::value, "thread_local needs no destructor");
 
 bool NotAvailable() {
   lastError = ENOSYS;
