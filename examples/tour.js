@@ -126,8 +126,10 @@ async function accountAndTransfer(client, scratch) {
   let shown = -1;
   upload.finally(() => { done = true; });
   while (!done) {
-    // Real progress: what has reached the destination folder so far.
-    const bytes = fs.readdirSync(inbox).reduce((sum, name) => sum + fs.statSync(path.join(inbox, name)).size, 0);
+    // Real progress: what has reached the destination folder so far. The
+    // temporary file may be renamed between listing and stat: it then counts 0.
+    const bytes = fs.readdirSync(inbox).reduce((sum, name) =>
+      sum + (fs.statSync(path.join(inbox, name), { throwIfNoEntry: false })?.size ?? 0), 0);
     const percent = Math.round((100 * bytes) / (16 * 1024 * 1024));
     if (process.stdout.isTTY) {
       process.stdout.write(`\r    uploading… ${percent}%  `);
