@@ -3,8 +3,14 @@
 const test = require('node:test');
 const assert = require('node:assert/strict');
 
+const { execFileSync } = require('child_process');
+const fs = require('fs');
+const os = require('os');
+const path = require('path');
+
 const ombrix = require('..');
-const { windowHost, ownWindows, WS } = require('./windows/hosts');
+const { waitFor } = require('./helpers');
+const { windowHost, ownWindows, WS, programPath } = require('./windows/hosts');
 
 const skip = process.platform !== 'win32' && 'needs Win32 windows (npm run test:windows)';
 const SW = { MAXIMIZE: 3, MINIMIZE: 6, RESTORE: 9, SHOWMAXIMIZED: 3, SHOWNORMAL: 1 };
@@ -108,5 +114,34 @@ test('GuiTool on Win32 windows', { skip }, async (t) => {
     const result = await tool.activateWindow(hwnd);
     assert.deepEqual([result.ok, result.tier], [false, 'attach']);
     assert.notEqual(result.lastError, 0);
+  });
+
+  await t.test('shellExecute opens a document with its program; a missing one is refused', async (t) => {
+    // A document type of the test's own, opened by window_host.exe. Under
+    // HKCR itself: Wine 8 does not merge the per-user classes into it.
+    const type = `HKCR\\.ombrix${process.pid}`;
+    const program = `HKCR\\ombrix.test${process.pid}`;
+    const reg = (...args) => execFileSync('reg.exe', args, { stdio: 'ignore' });
+    reg('add', type, '/ve', '/d', `ombrix.test${process.pid}`, '/f');
+    reg('add', `${program}\\shell\\open\\command`, '/ve', '/d', `"${programPath('window_host.exe')}" opened "%1"`, '/f');
+    t.after(() => [type, program].forEach((key) => reg('delete', key, '/f')));
+    const dir = fs.mkdtempSync(path.join(os.tmpdir(), 'ombrix-open-'));
+    t.after(() => fs.rmSync(dir, { recursive: true, force: true }));
+    const doc = path.join(dir, `report.ombrix${process.pid}`);
+    fs.writeFileSync(doc, 'x');
+
+    assert.equal(tool.shellExecute(doc), true);
+    await waitFor(() => fs.existsSync(`${doc}.opened`), { what: 'the document opened by its program' });
+    assert.equal(tool.shellExecute(path.join(dir, 'missing.ombrix')), false);
+  });
+
+  await t.test('setForegroundWindow, allowSetForegroundWindow and getLastError on this thread', async () => {
+    const hwnd = await host.create({ title: 'ombrix foreground' });
+    assert.equal(tool.setForegroundWindow(hwnd), true);
+    assert.equal(tool.getForegroundHwnd(), hwnd);
+    assert.equal(tool.allowSetForegroundWindow(-1), true);  // ASFW_ANY
+    assert.equal(await host.destroy(hwnd), true);
+    assert.equal(tool.setForegroundWindow(hwnd), false);
+    assert.equal(tool.getLastError(), 1400);  // ERROR_INVALID_WINDOW_HANDLE
   });
 });

@@ -9,7 +9,7 @@ const { buildDir, load } = require('../../lib/binding');
 
 /** A child that answers each line written to it with one line. Killed after the test. */
 async function lineChild(t, program, args = []) {
-  const child = spawn(path.join(buildDir(), program), args, { stdio: ['pipe', 'pipe', 'inherit'] });
+  const child = spawn(programPath(program), args, { stdio: ['pipe', 'pipe', 'inherit'] });
   t.after(() => child.kill());
   const waiting = [];
   let pending = '';
@@ -67,7 +67,10 @@ const WS = {
   EX_APPWINDOW: 0x40000,
 };
 
+/** The full path of a test program built beside the module. */
+const programPath = (program) => path.join(buildDir(), program);
+
 /** Windows owned by the test process; loaded only when asked for. */
 const ownWindows = () => load(path.join(buildDir(), 'window_fixture.node'));
 
-module.exports = { windowHost, sectionHost, ownWindows, WS };
+module.exports = { windowHost, sectionHost, ownWindows, WS, programPath };

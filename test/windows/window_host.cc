@@ -4,7 +4,9 @@
 //   destroy <hwnd>                                                 answers 1 or 0
 // Numbers are decimal; the title is UTF-8 and may be empty. It exits at the
 // end of stdin. `window_host warmup` creates one window and exits, which
-// starts the desktop before the tests run.
+// starts the desktop before the tests run. `window_host opened <document>`
+// is what a test registers as a document type's program: it writes
+// `<document>.opened` and exits.
 #include <cstdint>
 #include <cstdio>
 #include <iostream>
@@ -50,6 +52,10 @@ std::string Answer(WindowThread& windows, const std::string& line) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc > 2 && std::string(argv[1]) == "opened") {
+    std::FILE* marker = std::fopen((std::string(argv[2]) + ".opened").c_str(), "w");
+    return marker && std::fclose(marker) == 0 ? 0 : 1;
+  }
   WindowThread windows;
   if (argc > 1 && std::string(argv[1]) == "warmup") {
     return windows.Destroy(windows.Create(WindowSpec{L"warm-up"})) ? 0 : 1;
