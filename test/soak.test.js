@@ -129,3 +129,31 @@ test('process exit with calls pending in both directions: clean exit, or a natur
     });`, { args: ['--expose-gc'], timeoutMs: 15000 });
   assert.deepEqual([natural.code, natural.timedOut, natural.stdout, natural.stderr], [0, false, 'released\n', '']);
 });
+
+test(`${cycles} workers alone load the module, list trees and end mid-flight; the process never does`, async () => {
+  // The main thread never loads the module: the last environment to go must
+  // not unload code that SDK threads still run callbacks of.
+  const { code, signal, stderr, stdout } = await runNode(`
+    const { Worker } = require('worker_threads');
+    const source = \`
+      const { parentPort } = require('worker_threads');
+      const ombrix = require(process.cwd());
+      if (Math.random() < 0.5) ombrix.setLogger(() => {}, 0);
+      // Big trees, so that SDK threads are still at work when the worker ends.
+      const fs = require('fs');
+      const [tree, wide] = fs.existsSync('/usr/lib') ? ['/usr/lib', '/usr'] : [process.cwd(), process.cwd()];
+      ombrix.createOmbrixClient({ serverName: 'w' }).createRemoteFileTool().then((files) => {
+        for (let i = 0; i < 8; ++i) files.dirList('d', tree, true);
+        files.fileFindByName('d', wide, '*.h');
+        parentPort.postMessage('busy');
+      });\`;
+    (async () => {
+      for (let i = 0; i < ${cycles}; ++i) {
+        const worker = new Worker(source, { eval: true });
+        await new Promise((resolve) => worker.once('message', resolve));
+        await worker.terminate();
+      }
+      console.log('done');
+    })();`, { timeoutMs: 120000 });
+  assert.deepEqual([code, signal, stdout.trim()], [0, null, 'done'], stderr);
+});

@@ -7,6 +7,7 @@
 #include "client_wrap.h"
 #include "gui_tool_wrap.h"
 #include "logger_wrap.h"
+#include "module_pin.h"
 #include "remote_control_tool_wrap.h"
 #include "remote_file_tool_wrap.h"
 #include "remote_file_transfer_tool_wrap.h"
@@ -167,6 +168,7 @@ void SetFunction(Napi::Env env, Napi::Object exports, const char* name,
 }  // namespace
 
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
+  PinThisModule();
   sdk::InitializeSentry();
   env.AddCleanupHook([] { sdk::ShutdownSentry(); });
 
