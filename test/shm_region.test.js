@@ -180,6 +180,20 @@ test('ShmRegion', { skip }, async (t) => {
     assert.deepEqual([...region.readBytes(PAGE - 4, 4)], [4, 3, 2, 1]);
   });
 
+  await t.test('a section its owner shrinks reads zeros and drops writes past its new end', (t) => {
+    const section = makeSection(t, Buffer.alloc(3 * PAGE, 1));
+    const region = openRegion(t, section, false);
+    fs.truncateSync(section.file, PAGE + 10);
+    // The region keeps its size; pages past the object's end are not touched.
+    assert.deepEqual(region.readBytes(2 * PAGE, 4), Buffer.alloc(4));
+    region.writeU32(2 * PAGE + 8, 0xdeadbeef);
+    assert.deepEqual([...region.readBytes(PAGE + 6, 4)], [1, 1, 1, 1]);  // the page holding the end reads
+    assert.deepEqual([...region.readBytes(PAGE + 10, 2)], [0, 0]);  // past the end within it: zeros
+    fs.truncateSync(section.file, 3 * PAGE);  // grown back: the pages read again
+    region.writeU32(2 * PAGE + 8, 7);
+    assert.equal(region.readBytes(2 * PAGE + 8, 4).readUInt32LE(0), 7);
+  });
+
   await t.test('a second open keeps the first section; close, then open takes the new names', (t) => {
     const first = makeSection(t, Buffer.from([1, 0, 0, 0]));
     const second = makeSection(t, Buffer.from([2, 0, 0, 0]));

@@ -24,8 +24,14 @@ class PosixShmRegionCore final : public ShmRegionCore {
   void Write32(uint32_t offset, uint32_t value) override;
 
  private:
+  // The part of the view still backed by the object: its owner may have
+  // shrunk it, and touching a page past its end raises SIGBUS.
+  uint64_t BackedSize() const;
+
   uint8_t* view_ = nullptr;
-  uint64_t size_ = 0;  // the object's length rounded up to whole pages
+  uint64_t size_ = 0;  // the object's length at open, rounded up to whole pages
+  uint64_t page_ = 0;
+  int fd_ = -1;        // kept to read the object's current length
   std::unique_ptr<NamedMutex> mutex_;
   bool open_ = false;
 };
