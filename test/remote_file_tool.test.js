@@ -107,6 +107,32 @@ test('a missing tool rejects, a tool lost before the call resolves unsuccessfull
   assert.equal((await tool.fileRead('d', 'p')).errorMessage, 'Tool has been destroyed');
 });
 
+test('an SDK operation that throws is one synchronous Error, and no unhandled rejection', { skip: scripted }, async () => {
+  const { code, stdout, stderr } = await runNode(`
+    const ombrix = require('.');
+    const emu = require('./emulator/js');
+    process.on('unhandledRejection', (reason) => console.log('unhandled:', reason.message));
+    emu.setMode('scripted');
+    const client = ombrix.createOmbrixClient({ serverName: 'throws' });
+    client.createRemoteFileTool().then(async (files) => {
+      for (const [op, call] of [['ReadFile', () => files.fileRead('d', 'p')],
+        ['SearchInFile', () => files.fileSearch('d', 'p', 'x')]]) {
+        emu.injectFault(op, 'throw');
+        try {
+          call();
+          console.log('no error');
+        } catch (e) {
+          console.log(e.code, e.message);
+        }
+      }
+      global.gc();
+      setTimeout(() => { client.close(); console.log('end'); }, 100);
+    });`, { args: ['--expose-gc'] });
+  assert.equal(code, 0, stderr);
+  assert.deepEqual(stdout.trim().split('\n'), ['ERR_OMBRIX_SDK_FAILURE ReadFile: injected failure',
+    'ERR_OMBRIX_SDK_FAILURE SearchInFile: injected failure', 'end']);
+});
+
 test('abort signals cancel through the operation handle; look-alikes are ignored', { skip: scripted }, async () => {
   const tool = await newTool();
   const start = async (signal) => {

@@ -91,6 +91,12 @@ class PromiseCallback final : public sdk::CallbackItf<Arg> {
     Deliver(std::make_unique<ResultDelivery<Result>>(deferred_, DeliveryError{code, std::move(message)}));
   }
 
+  // The call threw instead of starting: its caller sees that error, so the
+  // Promise nobody holds must not reject too.
+  void Abandon() {
+    if (!delivered_.exchange(true)) channel_->Release();
+  }
+
  private:
   // At most once, whatever the SDK does.
   void Deliver(std::unique_ptr<JsTask> delivery) {
@@ -143,16 +149,21 @@ Napi::Value StartToolCall(Napi::Env env, const sdk::SharedPtr<Itf>& tool, const 
   auto* callback = new PromiseCallback<Arg>(deferred, JsChannel::Create(env, resourceName));
   sdk::SharedPtr<sdk::CallbackItf<Arg>> owned(callback);
   using Returned = decltype(call(*tool.get(), owned));
-  if constexpr (std::is_void<Returned>::value) {
-    sdk::SharedPtr<Itf> target = tool;
-    if (relock) target = sdk::WeakPtr<Itf>(tool).lock();  // the tool may be gone by now
-    if (target) {
-      call(*target.get(), owned);
+  try {
+    if constexpr (std::is_void<Returned>::value) {
+      sdk::SharedPtr<Itf> target = tool;
+      if (relock) target = sdk::WeakPtr<Itf>(tool).lock();  // the tool may be gone by now
+      if (target) {
+        call(*target.get(), owned);
+      } else {
+        ReportDestroyed(*callback);
+      }
     } else {
-      ReportDestroyed(*callback);
+      WireAbortSignal(env, signal, call(*tool.get(), owned));
     }
-  } else {
-    WireAbortSignal(env, signal, call(*tool.get(), owned));
+  } catch (...) {
+    callback->Abandon();
+    throw;
   }
   return deferred.Promise();
 }

@@ -125,8 +125,9 @@ const emulator = {
 
   // --- faults ----------------------------------------------------------------
   /**
-   * The next call at `site` (an SDK operation: 'CreateOmbrixClient',
-   * 'CreateRemoteFileTool', …) returns empty ('empty') or throws ('throw').
+   * The next call at `site` (a factory or an operation: 'CreateOmbrixClient',
+   * 'CreateRemoteFileTool', 'ReadFile', …) returns empty ('empty'; an
+   * operation drops its callback unanswered) or throws ('throw').
    */
   injectFault(site, kind = 'empty') {
     check(native.injectFault(site, kind), `unknown fault kind "${kind}" (empty or throw)`);

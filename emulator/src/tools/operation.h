@@ -15,6 +15,7 @@
 #include "runtime/log.h"
 #include "runtime/task_pool.h"
 #include "scripted/call_log.h"
+#include "scripted/faults.h"
 #include "support/record_json.h"
 #include "tools/mode.h"
 
@@ -87,10 +88,12 @@ class OperationHandle final : public OperationHandleItf {
 };
 
 // Starts `op`. `work(cancel)` computes the loopback result on a pool thread.
+// An injected fault at `op` makes it throw, or drop the callback unanswered
+// and return no handle.
 template <class Arg, class Work>
 SharedPtr<OperationHandleItf> Perform(Mode mode, const char* op, Json args,
                                       SharedPtr<CallbackItf<Arg>> callback, Work work) {
-  if (!callback) return SharedPtr<OperationHandleItf>();
+  if (!callback || ApplyFault(op)) return SharedPtr<OperationHandleItf>();
   if (mode == Mode::kScripted) {
     uint64_t id = CallLog::Shared().Capture(op, std::move(args), [callback](const Json& record) {
       ScriptedDelivery<Arg>::Deliver(*callback.get(), record);
