@@ -182,3 +182,33 @@ test('errors carry a stable code beside their exact text', async () => {
   const region = new ombrix.ShmRegion();
   assert.deepEqual(thrown(() => region.readBytes(0, 1)), ['Error', 'ERR_OMBRIX_NOT_OPEN', 'ShmRegion is not open']);
 });
+
+test('strings bound for the SDK with an embedded NUL are refused, naming the argument, before anything starts', async () => {
+  const refused = async (call) => {
+    try {
+      await call();
+    } catch (e) {
+      return [e.constructor.name, e.code, e.message];
+    }
+    return 'accepted';
+  };
+  const named = (name) => ['TypeError', 'ERR_OMBRIX_INVALID_ARG', `The argument '${name}' must be a string without null bytes`];
+  const client = ombrix.createOmbrixClient({ serverName: 'nul' });
+  const files = await client.createRemoteFileTool();
+  const shell = await client.createRemoteShellTool();
+  const transfer = await client.createRemoteFileTransferTool();
+  const cases = [
+    [() => files.fileWrite('d', 'x.txt\0.bak', 'c'), 'filePath'],
+    [() => files.fileReplace('d', 'p', 'two\0x', 'b'), 'oldPattern'],
+    [() => files.fileRead('d\0e', 'p'), 'deviceId'],
+    [() => shell.shellExec('d', 'echo a\0; echo b', '/tmp'), 'command'],
+    [() => shell.shellExec('d', 'pwd', '/tmp\0/x'), 'workingDir'],
+    [() => transfer.uploadFile('d', '/a\0', '/b'), 'localPath'],
+    [() => new ombrix.ShmRegion().open('Local\\x\0y'), 'shmName'],
+    [() => new ombrix.ShmRegion().open('Local\\x', 'm\0'), 'mutexName'],
+    [() => ombrix.createOmbrixClient({ serverName: 'a\0b' }), 'config.serverName'],
+  ];
+  for (const [call, name] of cases) assert.deepEqual(await refused(call), named(name));
+  assert.deepEqual(emu.calls(), []);  // nothing reached the SDK
+  client.close();
+});

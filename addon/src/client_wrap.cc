@@ -6,6 +6,7 @@
 
 #include "account_tool_wrap.h"
 #include "addon_state.h"
+#include "args.h"
 #include "audit_session_manager_wrap.h"
 #include "chat_session_manager_wrap.h"
 #include "client_observer.h"
@@ -161,7 +162,7 @@ Napi::Value OmbrixClient::Create(const Napi::CallbackInfo& info) {
   if (!config.Has("serverName") || !config.Get("serverName").IsString()) {
     throw ArgumentError(env, "createOmbrixClient: config.serverName (string) is required");
   }
-  std::string serverName = config.Get("serverName").As<Napi::String>().Utf8Value();
+  std::string serverName = SdkString(config.Get("serverName"), "config.serverName");
   if (serverName.empty()) {
     throw ArgumentError(env, "createOmbrixClient: config.serverName must be non-empty");
   }

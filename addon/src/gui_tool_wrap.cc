@@ -4,6 +4,7 @@
 
 #include "activate_window_worker.h"
 #include "addon_state.h"
+#include "args.h"
 
 namespace ombrix_addon {
 
@@ -128,7 +129,7 @@ Napi::Value GuiTool::ShowWindow(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value GuiTool::ShellExecute(const Napi::CallbackInfo& info) {
-  const std::string target = info[0].As<Napi::String>().Utf8Value();
+  const std::string target = SdkString(info[0], "target");
   return Napi::Boolean::New(info.Env(), windows_.OpenWithShell(target));
 }
 

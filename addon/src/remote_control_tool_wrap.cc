@@ -21,8 +21,9 @@ void RemoteControlTool::Init(Napi::Env env) {
 
 template <RemoteControlTool::SessionOperation Op>
 Napi::Value RemoteControlTool::Session(const Napi::CallbackInfo& info) {
-  RequireArgs(info, {napi_string, napi_number}, "Expected (deviceId: string, uiType: number)");
-  std::string device = StringArg(info, 0);
+  constexpr const char* kSignature = "Expected (deviceId: string, uiType: number)";
+  RequireArgs(info, {napi_string, napi_number}, kSignature);
+  const std::string device = StringArg(info, 0, kSignature);
   // Negative numbers wrap to their unsigned 32-bit value, as the SDK reads them.
   auto uiType = static_cast<RemoteControlUIType>(info[1].As<Napi::Number>().Uint32Value());
   return RelockedCall<const RemoteControlResult&>(info.Env(), tool_, "PromiseCallback",
@@ -32,8 +33,9 @@ Napi::Value RemoteControlTool::Session(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value RemoteControlTool::GetDeviceLockScreenStatus(const Napi::CallbackInfo& info) {
-  RequireStrings(info, 1, "Expected (deviceId: string)");
-  std::string device = StringArg(info, 0);
+  const auto strings = StringArgs<1>(
+      info, "Expected (deviceId: string)");
+  const std::string &device = strings[0];
   return RelockedCall<const RemoteDeviceLockScreenStatusResult&>(
       info.Env(), tool_, "PromiseCallback", [&](RemoteControlToolItf& tool, auto callback) {
         tool.GetDeviceLockScreenStatus(device.c_str(), callback);

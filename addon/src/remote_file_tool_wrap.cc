@@ -19,9 +19,9 @@ void RemoteFileTool::Init(Napi::Env env) {
 }
 
 Napi::Value RemoteFileTool::FileRead(const Napi::CallbackInfo& info) {
-  RequireStrings(info, 2,
-                 "Expected (deviceId: string, filePath: string, startLine?: number, endLine?: number)");
-  std::string device = StringArg(info, 0), path = StringArg(info, 1);
+  const auto strings = StringArgs<2>(
+      info, "Expected (deviceId: string, filePath: string, startLine?: number, endLine?: number)");
+  const std::string &device = strings[0], &path = strings[1];
   int32_t startLine = OptionalInt32(info, 2, -1), endLine = OptionalInt32(info, 3, -1);
   return RelockedCall<const FileReadResult&>(
       info.Env(), tool_, "PromiseCallback", [&](RemoteFileToolItf& tool, auto callback) {
@@ -30,10 +30,10 @@ Napi::Value RemoteFileTool::FileRead(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value RemoteFileTool::FileWrite(const Napi::CallbackInfo& info) {
-  RequireStrings(info, 3,
-                 "Expected (deviceId: string, filePath: string, content: string, append?: boolean, "
-                 "createDirs?: boolean)");
-  std::string device = StringArg(info, 0), path = StringArg(info, 1), content = StringArg(info, 2);
+  const auto strings = StringArgs<3>(
+      info, "Expected (deviceId: string, filePath: string, content: string, append?: boolean, "
+      "createDirs?: boolean)");
+  const std::string &device = strings[0], &path = strings[1], &content = strings[2];
   bool append = OptionalBool(info, 3, false), createDirs = OptionalBool(info, 4, true);
   return RelockedCall<const FileWriteResult&>(
       info.Env(), tool_, "PromiseCallback", [&](RemoteFileToolItf& tool, auto callback) {
@@ -42,10 +42,9 @@ Napi::Value RemoteFileTool::FileWrite(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value RemoteFileTool::FileReplace(const Napi::CallbackInfo& info) {
-  RequireStrings(info, 4,
-                 "Expected (deviceId: string, path: string, oldPattern: string, newText: string)");
-  std::string device = StringArg(info, 0), path = StringArg(info, 1),
-              oldPattern = StringArg(info, 2), newText = StringArg(info, 3);
+  const auto strings = StringArgs<4>(
+      info, "Expected (deviceId: string, path: string, oldPattern: string, newText: string)");
+  const std::string &device = strings[0], &path = strings[1], &oldPattern = strings[2], &newText = strings[3];
   return RelockedCall<const FileReplaceResult&>(
       info.Env(), tool_, "PromiseCallback", [&](RemoteFileToolItf& tool, auto callback) {
         tool.ReplaceInFile(device.c_str(), path.c_str(), oldPattern.c_str(), newText.c_str(),
@@ -54,10 +53,10 @@ Napi::Value RemoteFileTool::FileReplace(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value RemoteFileTool::FileSearch(const Napi::CallbackInfo& info) {
-  RequireStrings(info, 3,
-                 "Expected (deviceId: string, filePath: string, pattern: string, caseSensitive?: "
-                 "boolean, showLineNumbers?: boolean, signal?: AbortSignal)");
-  std::string device = StringArg(info, 0), path = StringArg(info, 1), pattern = StringArg(info, 2);
+  const auto strings = StringArgs<3>(
+      info, "Expected (deviceId: string, filePath: string, pattern: string, caseSensitive?: "
+      "boolean, showLineNumbers?: boolean, signal?: AbortSignal)");
+  const std::string &device = strings[0], &path = strings[1], &pattern = strings[2];
   bool caseSensitive = OptionalBool(info, 3, false), lineNumbers = OptionalBool(info, 4, true);
   return DirectCall<const FileSearchResult&>(
       info.Env(), tool_, kToolNotInitialized, "FileSearchCallback", info[5],
@@ -68,11 +67,10 @@ Napi::Value RemoteFileTool::FileSearch(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value RemoteFileTool::FileFindByName(const Napi::CallbackInfo& info) {
-  RequireStrings(info, 3,
-                 "Expected (deviceId: string, directory: string, pattern: string, maxResults?: "
-                 "number, signal?: AbortSignal)");
-  std::string device = StringArg(info, 0), directory = StringArg(info, 1),
-              pattern = StringArg(info, 2);
+  const auto strings = StringArgs<3>(
+      info, "Expected (deviceId: string, directory: string, pattern: string, maxResults?: "
+      "number, signal?: AbortSignal)");
+  const std::string &device = strings[0], &directory = strings[1], &pattern = strings[2];
   int32_t maxResults = OptionalInt32(info, 3, 500);
   return DirectCall<const FileFindResult&>(
       info.Env(), tool_, kToolNotInitialized, "FileFindByNameCallback", info[4],
@@ -83,10 +81,10 @@ Napi::Value RemoteFileTool::FileFindByName(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value RemoteFileTool::DirList(const Napi::CallbackInfo& info) {
-  RequireStrings(info, 2,
-                 "Expected (deviceId: string, path: string, showHidden?: boolean, signal?: "
-                 "AbortSignal)");
-  std::string device = StringArg(info, 0), path = StringArg(info, 1);
+  const auto strings = StringArgs<2>(
+      info, "Expected (deviceId: string, path: string, showHidden?: boolean, signal?: "
+      "AbortSignal)");
+  const std::string &device = strings[0], &path = strings[1];
   bool showHidden = OptionalBool(info, 2, false);
   return DirectCall<const DirListResult&>(
       info.Env(), tool_, kToolNotInitialized, "DirListCallback", info[3],

@@ -19,9 +19,9 @@ void RemoteFileTransferTool::Init(Napi::Env env) {
 
 template <RemoteFileTransferTool::TransferOperation Op>
 Napi::Value RemoteFileTransferTool::Transfer(const Napi::CallbackInfo& info) {
-  RequireStrings(info, 3, "Expected (deviceId: string, localPath: string, remotePath: string)");
-  std::string device = StringArg(info, 0), localPath = StringArg(info, 1),
-              remotePath = StringArg(info, 2);
+  const auto strings = StringArgs<3>(
+      info, "Expected (deviceId: string, localPath: string, remotePath: string)");
+  const std::string &device = strings[0], &localPath = strings[1], &remotePath = strings[2];
   return RelockedCall<const FileTransferStatus&>(
       info.Env(), tool_, "PromiseCallback", [&](RemoteFileTransferItf& tool, auto callback) {
         (tool.*Op)(device.c_str(), localPath.c_str(), remotePath.c_str(), callback);

@@ -14,11 +14,10 @@ void RemoteShellTool::Init(Napi::Env env) {
 }
 
 Napi::Value RemoteShellTool::ShellExec(const Napi::CallbackInfo& info) {
-  RequireStrings(info, 3,
-                 "Expected (deviceId: string, command: string, workingDir: string, signal?: "
-                 "AbortSignal)");
-  std::string device = StringArg(info, 0), command = StringArg(info, 1),
-              workingDir = StringArg(info, 2);
+  const auto strings = StringArgs<3>(
+      info, "Expected (deviceId: string, command: string, workingDir: string, signal?: "
+      "AbortSignal)");
+  const std::string &device = strings[0], &command = strings[1], &workingDir = strings[2];
   return DirectCall<const ShellExecResult&>(
       info.Env(), tool_, kToolNotInitialized, "ShellExecCallback", info[3],
       [&](RemoteShellToolItf& tool, auto callback) {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "addon_state.h"
+#include "args.h"
 #include "errors.h"
 
 namespace ombrix_addon {
@@ -56,9 +57,9 @@ Napi::Value ShmRegion::Open(const Napi::CallbackInfo& info) {
   if (info.Length() < 1 || !info[0].IsString()) {
     throw ArgumentError(env, "Expected shmName string");
   }
-  const std::string sectionName = info[0].As<Napi::String>().Utf8Value();
+  const std::string sectionName = SdkString(info[0], "shmName");
   std::string mutexName;
-  if (info.Length() >= 2 && info[1].IsString()) mutexName = info[1].As<Napi::String>().Utf8Value();
+  if (info.Length() >= 2 && info[1].IsString()) mutexName = SdkString(info[1], "mutexName");
   return Napi::Boolean::New(env, core_->Open(sectionName, mutexName));
 }
 

@@ -25,8 +25,9 @@ Napi::Value ToolService::ListTools(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value ToolService::Call(const Napi::CallbackInfo& info) {
-  RequireStrings(info, 2, "Expected (toolName: string, arguments: string, signal?: AbortSignal)");
-  std::string name = StringArg(info, 0), arguments = StringArg(info, 1);
+  const auto strings = StringArgs<2>(
+      info, "Expected (toolName: string, arguments: string, signal?: AbortSignal)");
+  const std::string &name = strings[0], &arguments = strings[1];
   return DirectCall<const ToolServiceResult&>(
       info.Env(), tool_, kServiceNotInitialized, "CallCallback", info[2],
       [&](ToolServiceItf& service, auto callback) {
