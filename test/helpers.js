@@ -57,6 +57,7 @@ function controlSurface() {
 const emu = controlSurface();
 module.exports.emu = emu;
 module.exports.scripted = emu ? false : 'drives the substitute SDK through its control surface, which a vendor-SDK build has not';
+module.exports.substitute = emu ? false : 'checks how the substitute SDK itself works';
 
 /** Lets queued thread-safe-function deliveries run. */
 function settle(ms = 20) {

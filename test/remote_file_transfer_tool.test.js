@@ -8,7 +8,7 @@ const fs = require('fs');
 const path = require('path');
 
 const ombrix = require('..');
-const { rejection, collectAfterAll, clientIn, scratchDir, emu, scripted } = require('./helpers');
+const { rejection, collectAfterAll, clientIn, scratchDir, emu, scripted, substitute } = require('./helpers');
 
 collectAfterAll(test);
 const { FileTransferErrorCode } = ombrix;
@@ -80,6 +80,27 @@ test('loopback: a 50 MB file uploads and downloads whole', async (t) => {
   assert.equal(sha256(down.path), sha256(source));
   assert.deepEqual(fs.readdirSync(dir).sort(), ['big.bin', 'inbox-copy.bin', 'remote.bin']);
   fs.rmSync(dir, { recursive: true, force: true });
+});
+
+const noLinks = process.platform === 'win32' && 'Wine creates no symbolic links';
+test('loopback: links planted where the copy goes are never written through', { skip: substitute || noLinks }, async (t) => {
+  // Another local user who can write the destination folder plants links at
+  // every name the temporary copy could take; the upload must use none.
+  const dir = scratchDir(t);
+  const victim = path.join(dir, 'victim.txt');
+  fs.writeFileSync(victim, 'untouched');
+  const source = path.join(dir, 'report.bin');
+  fs.writeFileSync(source, 'payload');
+  const inbox = path.join(dir, 'inbox');
+  fs.mkdirSync(inbox);
+  for (let n = 1; n <= 300; ++n) fs.symlinkSync(victim, path.join(inbox, `.report.bin.part-${process.pid}-${n}`));
+  const tool = await clientIn('loopback', 'transfer-links').createRemoteFileTransferTool();
+  const up = await tool.uploadFile('this-machine', source, path.join(inbox, 'report.bin'));
+  assert.equal(up.errorCode, FileTransferErrorCode.SUCCESS, up.errorMessage);
+  assert.equal(fs.readFileSync(victim, 'utf8'), 'untouched');
+  assert.equal(fs.readFileSync(path.join(inbox, 'report.bin'), 'utf8'), 'payload');
+  assert.equal(fs.lstatSync(path.join(inbox, 'report.bin')).isSymbolicLink(), false);
+  assert.equal(fs.readdirSync(inbox).length, 301);  // the links, and the copy under its own name
 });
 
 // Wine enforces no access rights, and lets even a read-only file be replaced.

@@ -42,6 +42,7 @@ class File {
  private:
   friend File OpenForReading(const std::string&, std::error_code&) noexcept;
   friend File OpenForWriting(const std::string&, bool, std::error_code&) noexcept;
+  friend File CreateExclusive(const std::string&, std::error_code&) noexcept;
   friend bool ReplaceContents(const std::string&, std::string_view, std::string&,
                               std::error_code&) noexcept;
 #if defined(_WIN32)
@@ -57,6 +58,10 @@ class File {
 File OpenForReading(const std::string& path, std::error_code& ec) noexcept;
 // Creates the file if needed; truncates it unless `append`.
 File OpenForWriting(const std::string& path, bool append, std::error_code& ec) noexcept;
+// Creates a new file, failing (std::errc::file_exists) when anything, a
+// link included, already has the name: nothing planted there is written
+// through.
+File CreateExclusive(const std::string& path, std::error_code& ec) noexcept;
 
 // Atomically gives `path` (or the file a symlink there points to) the new
 // contents, keeping its permissions. On failure `failedPath` is the path the

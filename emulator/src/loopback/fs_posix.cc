@@ -246,6 +246,12 @@ File OpenForWriting(const std::string& path, bool append, std::error_code& ec) n
   return File(fd);
 }
 
+File CreateExclusive(const std::string& path, std::error_code& ec) noexcept {
+  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, 0666);
+  if (fd < 0) ec = LastError();
+  return File(fd);
+}
+
 bool ReplaceContents(const std::string& path, std::string_view contents, std::string& failedPath,
                      std::error_code& ec) noexcept {
   failedPath = path;

@@ -323,6 +323,20 @@ File OpenForWriting(const std::string& path, bool append, std::error_code& ec) n
   }
 }
 
+File CreateExclusive(const std::string& path, std::error_code& ec) noexcept {
+  try {
+    const std::wstring wide = win32::WidePath(path);
+    // CREATE_NEW fails on any existing name, a link or junction included.
+    File file(FromHandle(CreateFileW(wide.c_str(), GENERIC_WRITE, kShareAll, nullptr, CREATE_NEW,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr)));
+    if (!file.IsOpen()) ec = OpenError(wide);
+    return file;
+  } catch (const std::bad_alloc&) {
+    ec = std::make_error_code(std::errc::not_enough_memory);
+    return File();
+  }
+}
+
 bool ReplaceContents(const std::string& path, std::string_view contents, std::string& failedPath,
                      std::error_code& ec) noexcept {
   static std::atomic<uint32_t> counter{0};

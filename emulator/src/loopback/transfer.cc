@@ -1,18 +1,13 @@
 #include "loopback/transfer.h"
 
-#include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <random>
 
 #include "loopback/common.h"
 #include "loopback/fs.h"
-
-#if defined(_WIN32)
-#include <process.h>
-#else
-#include <unistd.h>
-#endif
 
 namespace quelt {
 namespace ombrix {
@@ -28,37 +23,35 @@ struct Failure {
   std::string path;
 };
 
-int ProcessId() {
-#if defined(_WIN32)
-  return _getpid();
-#else
-  return static_cast<int>(getpid());
-#endif
-}
-
 // Paths are UTF-8, which only u8path() and u8string() keep as such everywhere.
 stdfs::path PathOf(const std::string& utf8) { return stdfs::u8path(utf8); }
 
-// Unique among concurrent transfers of this process and others.
-std::string TemporaryPathFor(const stdfs::path& destination) {
-  static std::atomic<uint64_t> counter{0};
-  stdfs::path temporary = destination;
-  temporary.replace_filename(PathOf("." + destination.filename().u8string() + ".part-" +
-                                    std::to_string(ProcessId()) + "-" + std::to_string(++counter)));
-  return temporary.u8string();
+// A new file beside `destination`, "." + its name + ".part-" + 64 random bits,
+// created exclusively: another user who can write the folder can neither
+// guess the name nor plant a link there that the copy would write through.
+fs::File CreateTemporaryFor(const stdfs::path& destination, std::string& path, std::error_code& ec) {
+  std::random_device entropy;
+  for (int attempt = 0; attempt < 16; ++attempt) {
+    char suffix[17];
+    std::snprintf(suffix, sizeof suffix, "%08x%08x", entropy(), entropy());
+    stdfs::path temporary = destination;
+    temporary.replace_filename(PathOf("." + destination.filename().u8string() + ".part-" + suffix));
+    path = temporary.u8string();
+    ec.clear();
+    fs::File file = fs::CreateExclusive(path, ec);
+    if (file.IsOpen()) return file;
+    if (ec != std::errc::file_exists) break;
+  }
+  path.clear();  // nothing of ours to remove
+  return fs::File();
 }
 
-// Copies the open source into `temporaryPath`; false with `failure` set.
-// Write failures name `destination`, the path the caller asked for.
-bool CopyInto(fs::File& in, const std::string& source, const std::string& temporaryPath,
-              const std::string& destination, uint64_t total, const CancelFlag& cancel,
-              const TransferProgress& progress, uint64_t& copied, Failure& failure) {
+// Copies the open source into `out`; false with `failure` set. Write
+// failures name `destination`, the path the caller asked for.
+bool CopyInto(fs::File& in, const std::string& source, fs::File& out, const std::string& destination,
+              uint64_t total, const CancelFlag& cancel, const TransferProgress& progress,
+              uint64_t& copied, Failure& failure) {
   std::error_code ec;
-  fs::File out = fs::OpenForWriting(temporaryPath, false, ec);
-  if (!out.IsOpen()) {
-    failure = {ec, destination};
-    return false;
-  }
   std::unique_ptr<char[]> buffer(new char[kTransferBlockSize]);
   for (;;) {
     if (cancel.IsSet()) {
@@ -145,11 +138,13 @@ FileTransferStatus TransferFile(const std::string& source, const std::string& de
         fail({ec, source});
       } else {
         const int64_t size = in.Size();
-        temporaryPath = TemporaryPathFor(target);
         Failure failure;
-        if (!CopyInto(in, source, temporaryPath, status.path,
-                      size > 0 ? static_cast<uint64_t>(size) : 0, cancel, progress, copied,
-                      failure)) {
+        fs::File out = CreateTemporaryFor(target, temporaryPath, ec);
+        if (!out.IsOpen()) {
+          fail({ec, status.path});
+        } else if (!CopyInto(in, source, out, status.path,
+                             size > 0 ? static_cast<uint64_t>(size) : 0, cancel, progress, copied,
+                             failure)) {
           fail(failure);
         } else {
           stdfs::rename(PathOf(temporaryPath), target, ec);
