@@ -6,7 +6,7 @@ const assert = require('node:assert/strict');
 
 const ombrix = require('..');
 const emu = require('../emulator/js');
-const { runNode, collectAfterAll } = require('./helpers');
+const { runNode, collectAfterAll, unansweredDrive, waitFor } = require('./helpers');
 
 
 // One client whose manager hands out a session built from `makeSession()`.
@@ -116,4 +116,46 @@ test('unanswered calls are released when the environment ends (worker thread)', 
   await worker.terminate();
   assert.equal(pendingInWorker, before + 1);
   assert.equal(emu.liveObjects().OperationCallback, before);
+});
+
+test('an answer that cannot be read is still one answer, code 8 "Unknown error", with no unhandled rejection', async () => {
+  const thrower = 'new Proxy({}, { get() { throw new Error("trap"); }, has() { throw new Error("trap"); } })';
+  const cases = {
+    'a reason whose message getter throws': `
+      globalThis.client = ombrix.createOmbrixClient({ serverName: 'r' }, {
+        setLanguageCode: () => Promise.reject({ get message() { throw new Error('getter'); } }) });
+      started = emu.chat.setLanguageCode(1);`,
+    'a Proxy reason whose traps throw': `
+      globalThis.client = ombrix.createOmbrixClient({ serverName: 'p' }, {
+        setLanguageCode: () => Promise.reject(${thrower}) });
+      started = emu.chat.setLanguageCode(1);`,
+    'a fulfilment whose code getter throws (createSession)': `
+      globalThis.client = ombrix.createOmbrixClient({ serverName: 'c' }, {
+        createSession: async () => ({ get code() { throw new Error('getter'); } }) });
+      started = emu.chat.createSession(0);`,
+    'a fulfilment whose code getter throws (markAsRead)': `
+      globalThis.client = ombrix.createOmbrixClient({ serverName: 'n' }, null, {
+        markAsRead: async () => ({ get code() { throw new Error('getter'); } }) });
+      started = emu.notification.markAsRead('a');`,
+    'an audit session whose sessionInfo getter throws': `
+      globalThis.client = ombrix.createOmbrixClient({ serverName: 'a' });
+      client.setAuditManager({ createSession: async () => ({ session: { get sessionInfo() { throw new Error('x'); } } }) });
+      started = emu.audit.createSession();`,
+  };
+  for (const [name, source] of Object.entries(cases)) {
+    const lines = await unansweredDrive(`const ombrix = require('.'); const emu = require('./emulator/js');${source}`);
+    assert.equal(lines.length, 1, `${name}: ${lines.join(' | ')}`);  // the report alone: no unhandled rejection
+    const report = JSON.parse(lines[0]);
+    assert.deepEqual([report.code, report.errorMessage, report.calls], [8, 'Unknown error', 1], name);
+  }
+});
+
+test('a request that comes without a callback still runs its JavaScript method', async () => {
+  const languages = [];
+  client = ombrix.createOmbrixClient({ serverName: 'no-callback' }, {
+    setLanguageCode: async (language) => { languages.push(language); return { code: 0 }; },
+  });
+  emu.chat.setLanguageCode(3, { noCallback: true });
+  await waitFor(() => languages.length === 1, { what: 'setLanguageCode' });
+  assert.deepEqual(languages, [3]);
 });

@@ -30,15 +30,23 @@ Napi::Value Ignore(const Napi::CallbackInfo& info) { return info.Env().Undefined
 }  // namespace
 
 std::string ReasonMessage(Napi::Value reason) {
-  if (reason.IsString()) return reason.As<Napi::String>().Utf8Value();
-  if (reason.IsObject()) {
-    Napi::Object object = reason.As<Napi::Object>();
-    if (object.Has("message")) {
-      Napi::Value message = object.Get("message");
-      if (message.IsString()) return message.As<Napi::String>().Utf8Value();
+  try {
+    if (reason.IsString()) return reason.As<Napi::String>().Utf8Value();
+    if (reason.IsObject()) {
+      Napi::Object object = reason.As<Napi::Object>();
+      if (object.Has("message")) {
+        Napi::Value message = object.Get("message");
+        if (message.IsString()) return message.As<Napi::String>().Utf8Value();
+      }
     }
+  } catch (const Napi::Error&) {  // a throwing getter or Proxy trap; its exception is cleared
   }
   return "Unknown error";
+}
+
+uint32_t RequireNumber(Napi::Value value) {
+  if (!value.IsNumber()) throw ConversionFailure{"A number was expected"};
+  return value.As<Napi::Number>().Uint32Value();
 }
 
 void Enqueue(std::shared_ptr<PendingJsCallBase> call, JsTarget& target) {
@@ -80,10 +88,12 @@ void PendingJsCallBase::Run(Napi::Env env) {
   Napi::Function onFulfilled = Napi::Function::New(env, [self](const Napi::CallbackInfo& info) {
     try {
       self->Fulfilled(info.Env(), info.Length() > 0 ? info[0] : info.Env().Undefined());
-    } catch (const Napi::Error& error) {
-      RaiseUnhandled(info.Env(), error.Value());
+    } catch (const ConversionFailure& failure) {
+      RaiseUnhandled(info.Env(), Napi::TypeError::New(info.Env(), failure.message).Value());
+    } catch (const Napi::Error&) {
+      self->Fail("Unknown error");  // the answer cannot be read: a getter or Proxy trap threw
     } catch (const std::exception& error) {
-      RaiseUnhandled(info.Env(), CodedError(info.Env(), code::kInternal, error.what()).Value());
+      self->Fail(error.what());
     }
   });
   Napi::Function onRejected = Napi::Function::New(env, [self](const Napi::CallbackInfo& info) {

@@ -66,8 +66,21 @@ struct BridgeRules {
   void (*warn)(const std::string& text) = nullptr;
 };
 
-// "Unknown error" unless the reason is a string or has a string "message".
+// "Unknown error" unless the reason is a string or has a string "message"
+// (reading it may run a getter or a Proxy trap, which may throw: "Unknown
+// error" too).
 std::string ReasonMessage(Napi::Value reason);
+
+// A fulfilment whose answer is specified to fail its own conversion (a "code"
+// that is not a number where no type test is made): the request stays
+// unanswered and the application sees the conversion error as an unhandled
+// rejection. Every other failure while reading an answer, such as a getter
+// or Proxy trap of the application's object that throws, answers code 8.
+struct ConversionFailure {
+  std::string message;
+};
+// The value of a key read without a type test, as a number.
+uint32_t RequireNumber(Napi::Value value);
 
 class PendingJsCallBase : public std::enable_shared_from_this<PendingJsCallBase> {
  public:
@@ -145,12 +158,13 @@ inline std::function<std::vector<napi_value>(Napi::Env)> TextArgument(const char
 // the channel is closed the call is released here, on the calling thread.
 void Enqueue(std::shared_ptr<PendingJsCallBase> call, JsTarget& target);
 
+// A request without a callback still runs its JavaScript step; its outcome
+// goes nowhere.
 template <class Record>
 void CallJs(const std::shared_ptr<JsTarget>& target, std::string method,
             typename PendingJsCall<Record>::Arguments_ arguments,
             typename PendingJsCall<Record>::Convert convert,
             typename PendingJsCall<Record>::Callback callback, const BridgeRules& rules) {
-  if (!callback) return;
   Enqueue(std::make_shared<PendingJsCall<Record>>(target, std::move(method), std::move(arguments),
                                                   std::move(convert), std::move(callback), rules),
           *target);

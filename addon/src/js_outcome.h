@@ -27,7 +27,7 @@ Outcome<Record> ReadOutcome(Napi::Object object, CodeRule rule) {
   if (object.Has("code")) {
     Napi::Value code = object.Get("code");
     if (rule == CodeRule::kPresentElseSuccess || code.IsNumber()) {
-      outcome.code = static_cast<sdk::ResultCode>(code.As<Napi::Number>().Uint32Value());
+      outcome.code = static_cast<sdk::ResultCode>(RequireNumber(code));
     }
   }
   if (object.Has("errorMessage")) {
@@ -73,7 +73,7 @@ typename PendingJsCall<Record>::Convert InfoResult(std::string notReturned, Take
     Napi::Object result = value.As<Napi::Object>();
     Outcome<Record> outcome = Success<Record>();
     if (result.Has("code")) {
-      outcome.code = static_cast<sdk::ResultCode>(result.Get("code").As<Napi::Number>().Uint32Value());
+      outcome.code = static_cast<sdk::ResultCode>(RequireNumber(result.Get("code")));
     }
     if (outcome.code != sdk::ResultCode::kSuccess) {
       Napi::Value message = result.Has("errorMessage") ? result.Get("errorMessage") : Napi::Value();

@@ -163,7 +163,9 @@ const emulator = {
   // manager. Reports carry the callback's decoded record plus `thread`,
   // `onJsThread` and `calls`. Sessions are referred to by the ids reports give.
   chat: {
-    setLanguageCode: (language) => drive('chat', 'setLanguageCode', { language }),
+    /** `{ noCallback: true }` passes no callback: returns at once, with nothing to report. */
+    setLanguageCode: (language, { noCallback = false } = {}) =>
+      (noCallback ? startDrive : drive)('chat', 'setLanguageCode', { language, noCallback }),
     createSession: (mode) => drive('chat', 'createSession', { mode }),
     getSessions: () => drive('chat', 'getSessions'),
     getCachedInfo: (session) => startDrive('chat', 'getCachedInfo', { session }).info,

@@ -161,6 +161,10 @@ Json Drive(const std::string& op, const Json& args, int listener) {
   if (!manager) return DriveError("the newest client has no chat session manager");
   if (op == "setLanguageCode") {
     auto language = static_cast<LanguageCode>(ToInteger<uint32_t>(args["language"].AsNumber()));
+    if (args["noCallback"].IsBool() && args["noCallback"].AsBool()) {  // the contract allows none
+      manager->SetLanguageCode(language, SharedPtr<CallbackItf<const OperationResult&>>());
+      return Json::MakeObject({});
+    }
     return StartOperation(op, listener,
                           [manager, language](auto cb) { manager->SetLanguageCode(language, cb); });
   }
