@@ -4,7 +4,7 @@ const assert = require('node:assert/strict');
 
 const ombrix = require('..');
 const emu = require('../emulator/js');
-const { settle, rejection, collectAfterAll, waitFor, runNode } = require('./helpers');
+const { settle, rejection, collectAfterAll, waitFor, runNode, clientIn } = require('./helpers');
 
 emu.setMode('scripted');
 collectAfterAll(test);
@@ -211,4 +211,33 @@ test('strings bound for the SDK with an embedded NUL are refused, naming the arg
   for (const [call, name] of cases) assert.deepEqual(await refused(call), named(name));
   assert.deepEqual(emu.calls(), []);  // nothing reached the SDK
   client.close();
+});
+
+const posixOwner = process.platform === 'win32' && 'POSIX owners and modes';
+test('loopback: the workspace folder is this user\'s alone; a link or a foreign folder there is refused', { skip: posixOwner }, async () => {
+  const fs = require('fs');
+  const path = require('path');
+  const loopback = clientIn('loopback', 'workspace-private');
+  const workspace = await loopback.getFernwickWorkspace();
+  for (const dir of [workspace, path.dirname(workspace)]) {
+    const info = fs.lstatSync(dir);
+    assert.ok(info.isDirectory(), dir);
+    assert.equal(info.mode & 0o777, 0o700, dir);
+    assert.equal(info.uid, process.getuid(), dir);
+  }
+  // What another user could leave at the name: a link elsewhere, or a folder of theirs.
+  fs.rmSync(workspace, { recursive: true });
+  const elsewhere = fs.mkdtempSync(path.join(require('os').tmpdir(), 'elsewhere-'));
+  fs.symlinkSync(elsewhere, workspace);
+  assert.equal((await rejection(loopback.getFernwickWorkspace())).message, 'Fernwick workspace not available');
+  fs.unlinkSync(workspace);
+  if (process.getuid() === 0) {
+    fs.mkdirSync(workspace, { mode: 0o700 });
+    fs.chownSync(workspace, 65534, 65534);
+    assert.equal((await rejection(loopback.getFernwickWorkspace())).message, 'Fernwick workspace not available');
+    fs.rmdirSync(workspace);
+  }
+  fs.rmdirSync(elsewhere);
+  assert.equal(await loopback.getFernwickWorkspace(), workspace);  // made anew, privately
+  loopback.close();
 });

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <vector>
 
+#include "loopback/fs.h"
 #include "ombrix_emu/control.h"
 #include "runtime/log.h"
 #include "scripted/faults.h"
@@ -211,14 +212,15 @@ void Client::GetFernwickWorkspace(SharedPtr<CallbackItf<const char*>> callback) 
   std::string name = state_->serverName;
   Perform(state_->mode, "GetFernwickWorkspace", Json::MakeObject({{"serverName", name}}), callback,
           [name](const loopback::CancelFlag&) {
-            std::error_code error;
             std::string safe = name;
             for (char& c : safe) {
               if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
             }
-            auto dir = std::filesystem::temp_directory_path(error) / ("ombrix-fernwick-" + safe);
-            std::filesystem::create_directories(dir, error);
-            return error ? std::string() : dir.string();
+            std::error_code error;
+            const std::string base = loopback::fs::UserPrivateDirectory(error);
+            if (base.empty()) return std::string();
+            std::string dir = (std::filesystem::u8path(base) / ("ombrix-fernwick-" + safe)).u8string();
+            return loopback::fs::MakePrivateDirectory(dir, error) ? dir : std::string();
           });
 }
 

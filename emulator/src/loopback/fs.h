@@ -58,6 +58,15 @@ class File {
 File OpenForReading(const std::string& path, std::error_code& ec) noexcept;
 // Creates the file if needed; truncates it unless `append`.
 File OpenForWriting(const std::string& path, bool append, std::error_code& ec) noexcept;
+// A folder only this user can enter, for what the SDK keeps between calls:
+// $XDG_RUNTIME_DIR, else <temporary directory>/ombrix-<uid> made private
+// (POSIX); the user's own temporary directory (Windows).
+std::string UserPrivateDirectory(std::error_code& ec);
+// Creates `path` for this user alone (mode 0700 on POSIX), or accepts it when
+// it is already that; a link, or a folder someone else owns or can enter, is
+// refused (std::errc::permission_denied): its owner could read or swap what
+// is kept there.
+bool MakePrivateDirectory(const std::string& path, std::error_code& ec) noexcept;
 // Creates a new file, failing (std::errc::file_exists) when anything, a
 // link included, already has the name: nothing planted there is written
 // through.

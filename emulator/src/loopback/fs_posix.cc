@@ -246,6 +246,32 @@ File OpenForWriting(const std::string& path, bool append, std::error_code& ec) n
   return File(fd);
 }
 
+bool MakePrivateDirectory(const std::string& path, std::error_code& ec) noexcept {
+  if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) {
+    ec = LastError();
+    return false;
+  }
+  struct stat st;
+  if (lstat(path.c_str(), &st) != 0) {
+    ec = LastError();
+    return false;
+  }
+  if (!S_ISDIR(st.st_mode) || st.st_uid != geteuid() || (st.st_mode & 077) != 0) {
+    ec = std::make_error_code(std::errc::permission_denied);
+    return false;
+  }
+  return true;
+}
+
+std::string UserPrivateDirectory(std::error_code& ec) {
+  const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+  if (runtime && runtime[0] == '/') return runtime;
+  const char* tmp = std::getenv("TMPDIR");
+  std::string base = (tmp && tmp[0] == '/') ? tmp : "/tmp";
+  base += "/ombrix-" + std::to_string(geteuid());
+  return MakePrivateDirectory(base, ec) ? base : std::string();
+}
+
 File CreateExclusive(const std::string& path, std::error_code& ec) noexcept {
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, 0666);
   if (fd < 0) ec = LastError();

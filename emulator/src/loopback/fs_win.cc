@@ -323,6 +323,38 @@ File OpenForWriting(const std::string& path, bool append, std::error_code& ec) n
   }
 }
 
+bool MakePrivateDirectory(const std::string& path, std::error_code& ec) noexcept {
+  try {
+    const std::wstring wide = win32::WidePath(path);
+    if (!CreateDirectoryW(wide.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) {
+      ec = win32::LastError();
+      return false;
+    }
+    // The user's temporary directory is private already: only a link
+    // (junction, symbolic link) could lead elsewhere.
+    const DWORD attributes = GetFileAttributesW(wide.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_DIRECTORY) ||
+        (attributes & FILE_ATTRIBUTE_REPARSE_POINT)) {
+      ec = std::make_error_code(std::errc::permission_denied);
+      return false;
+    }
+    return true;
+  } catch (const std::bad_alloc&) {
+    ec = std::make_error_code(std::errc::not_enough_memory);
+    return false;
+  }
+}
+
+std::string UserPrivateDirectory(std::error_code& ec) {
+  wchar_t buffer[MAX_PATH + 1];
+  const DWORD length = GetTempPathW(MAX_PATH + 1, buffer);
+  if (length == 0 || length > MAX_PATH) {
+    ec = win32::LastError();
+    return std::string();
+  }
+  return win32::Narrow(std::wstring_view(buffer, length));
+}
+
 File CreateExclusive(const std::string& path, std::error_code& ec) noexcept {
   try {
     const std::wstring wide = win32::WidePath(path);
