@@ -261,3 +261,30 @@ test('ShmRegion mutex across processes', { skip }, async (t) => {
     assert.equal(await lockElsewhere(section, 0), false);
   });
 });
+
+const notRoot = !skip && process.getuid() !== 0 && 'making objects of another user needs root';
+test('ShmRegion refuses a section or mutex object of another user, with a warning', { skip: skip || notRoot }, async (t) => {
+  const { setLogger } = require('..');
+  const warnings = [];
+  setLogger((context, message) => { if (context.level === 'WARNING') warnings.push(message); });
+  t.after(() => setLogger(null));
+  const foreign = makeSection(t, Buffer.alloc(64));
+  fs.chownSync(foreign.file, 65534, 65534);
+  assert.equal(new ShmRegion().open(foreign.name), false);
+
+  // A zero-size object planted under the mutex's name is neither waited for nor locked.
+  const mine = makeSection(t, Buffer.alloc(64));
+  const planted = `/dev/shm/${mine.mutex}.mutex`;
+  fs.writeFileSync(planted, '');
+  fs.chownSync(planted, 65534, 65534);
+  const region = new ShmRegion();
+  assert.equal(region.open(mine.name, mine.mutex), false);
+  assert.equal(region.isOpen, false);
+  assert.equal(fs.statSync(planted).size, 0);
+
+  const { waitFor } = require('./helpers');
+  await waitFor(() => warnings.length === 2, { what: 'two warnings' });
+  assert.match(warnings[0], new RegExp(`"${foreign.name}" belongs to another user \\(uid 65534\\): refused`));
+  assert.match(warnings[1], new RegExp(`"${mine.mutex}" belongs to another user`));
+});
+

@@ -23,6 +23,10 @@ bool PosixShmRegionCore::Open(const std::string& sectionName, const std::string&
   // Opened only: the section belongs to the process that created it.
   const int fd = shm_open(name.c_str(), O_RDWR, 0);
   if (fd < 0) return false;
+  if (!OwnedByThisUser(fd, sectionName)) {
+    close(fd);
+    return false;
+  }
   struct stat status;
   if (fstat(fd, &status) != 0 || status.st_size <= 0) {
     close(fd);

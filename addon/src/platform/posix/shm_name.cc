@@ -1,5 +1,10 @@
 #include "platform/posix/shm_name.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "ombrix/logger.h"
+
 namespace ombrix_addon {
 
 std::string PosixShmName(const std::string& objectName, const char* suffix) {
@@ -13,6 +18,21 @@ std::string PosixShmName(const std::string& objectName, const char* suffix) {
   }
   if (name.empty() || name.find('/') != std::string::npos) return std::string();
   return "/" + name + suffix;
+}
+
+bool OwnedByThisUser(int fd, const std::string& objectName) {
+  struct stat status;
+  if (fstat(fd, &status) != 0) return false;
+  if (status.st_uid == geteuid()) return true;
+  using namespace quelt::ombrix;
+  if (logger::IsEnabled(LogLevel::kWarning)) {
+    const std::string message = "ShmRegion: \"" + objectName + "\" belongs to another user (uid " +
+                                std::to_string(status.st_uid) + "): refused";
+    logger::LogSafe(LogContext{LogLevel::kWarning, "ShmRegion", "addon/src/platform/posix/shm_name",
+                               __LINE__, "OwnedByThisUser"},
+                    message.c_str());
+  }
+  return false;
 }
 
 }  // namespace ombrix_addon
