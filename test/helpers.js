@@ -39,7 +39,6 @@ function runNode(source, { timeoutMs = 30000, args = [], env = nodeEnv() } = {})
   });
 }
 
-module.exports = { root, waitFor, runNode, nodeEnv };
 
 /**
  * The substitute SDK's control surface, or null in a build against a vendor
@@ -55,9 +54,8 @@ function controlSurface() {
   }
 }
 const emu = controlSurface();
-module.exports.emu = emu;
-module.exports.scripted = emu ? false : 'drives the substitute SDK through its control surface, which a vendor-SDK build has not';
-module.exports.substitute = emu ? false : 'checks how the substitute SDK itself works';
+const scripted = emu ? false : 'drives the substitute SDK through its control surface, which a vendor-SDK build has not';
+const substitute = emu ? false : 'checks how the substitute SDK itself works';
 
 /** Lets queued thread-safe-function deliveries run. */
 function settle(ms = 20) {
@@ -74,8 +72,6 @@ async function rejection(promise) {
   throw new Error('expected the promise to reject');
 }
 
-module.exports.settle = settle;
-module.exports.rejection = rejection;
 
 /**
  * A live OmbrixClient, a JS-backed session the SDK holds or a tool with a
@@ -97,7 +93,6 @@ function collectAfterAll(test, drop = () => {}) {
   });
 }
 
-module.exports.collectAfterAll = collectAfterAll;
 
 /**
  * A client created in `mode` ('loopback' or 'scripted'); the default mode is
@@ -145,6 +140,7 @@ async function unansweredDrive(source) {
   return stdout.trim().split('\n');
 }
 
-module.exports.clientIn = clientIn;
-module.exports.unansweredDrive = unansweredDrive;
-module.exports.scratchDir = scratchDir;
+module.exports = {
+  root, waitFor, runNode, nodeEnv, emu, scripted, substitute, settle, rejection, collectAfterAll, clientIn,
+  unansweredDrive, scratchDir,
+};

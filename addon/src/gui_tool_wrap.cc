@@ -33,7 +33,7 @@ void BufferArg(const Napi::CallbackInfo& info, size_t index, void** data, size_t
 
 }  // namespace
 
-void GuiTool::Init(Napi::Env env, Napi::Object /*exports*/) {
+void GuiTool::Init(Napi::Env env) {
   Napi::Function constructor = DefineClass(env, kClassName,
       {TaggedMethod<&GuiTool::ActivateWindow>("activateWindow"),
        TaggedMethod<&GuiTool::EnumerateVisibleTopLevelWindows>("enumerateVisibleTopLevelWindows"),

@@ -15,7 +15,7 @@ class GuiTool : public TaggedWrap<GuiTool> {
   static constexpr const char* kClassName = "GuiTool";
 
   // Defines the class; it is not exported, createGuiTool makes instances.
-  static void Init(Napi::Env env, Napi::Object exports);
+  static void Init(Napi::Env env);
 
   explicit GuiTool(const Napi::CallbackInfo& info);
 

@@ -181,7 +181,7 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
   RemoteFileTool::Init(env);
   RemoteShellTool::Init(env);
   ToolService::Init(env);
-  GuiTool::Init(env, exports);
+  GuiTool::Init(env);
 
   SetFunction(env, exports, "createOmbrixClient", OmbrixClient::Create);
   SetFunction(env, exports, "createGuiTool", CreateGuiTool);

@@ -23,13 +23,13 @@ function onDriveReport(drive) {
   resolve(JSON.parse(native.driveReport(drive)));
 }
 
-/** Starts a drive; returns what it returned at once, plus `done` for asynchronous ones. */
 // Registers this environment for reports (and its thread as a JS thread).
 function listen() {
   if (!listener) listener = native.onDriveReport(onDriveReport);
   return listener;
 }
 
+/** Starts a drive; returns what it returned at once, plus `done` for asynchronous ones. */
 function startDrive(service, op, args = {}) {
   listen();
   const started = JSON.parse(native.drive(service, op, JSON.stringify(args), listener));
