@@ -12,11 +12,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <cwchar>
 #include <iostream>
 #include <sstream>
 #include <string>
 
 #include "window_thread.h"
+
+#include <shellapi.h>  // after windows.h, which it needs
 
 namespace {
 
@@ -61,14 +64,16 @@ std::string Answer(const Shared& shared, const std::string& line) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  if (argc != 4) return 2;
-  const DWORD bytes = static_cast<DWORD>(std::strtoul(argv[2], nullptr, 10));
-  HANDLE section = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, bytes,
-                                      ombrix_test::Widen(argv[1]).c_str());
+int main() {
+  // The names as given, whatever the ANSI code page: from the UTF-16 command line.
+  int argc = 0;
+  wchar_t** argv = CommandLineToArgvW(GetCommandLineW(), &argc);
+  if (!argv || argc != 4) return 2;
+  const DWORD bytes = static_cast<DWORD>(std::wcstoul(argv[2], nullptr, 10));
+  HANDLE section = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, bytes, argv[1]);
   if (!section) return 3;
   Shared shared{static_cast<uint8_t*>(MapViewOfFile(section, FILE_MAP_ALL_ACCESS, 0, 0, 0)),
-                CreateMutexW(nullptr, FALSE, ombrix_test::Widen(argv[3]).c_str())};
+                CreateMutexW(nullptr, FALSE, argv[3])};
   if (!shared.view || !shared.mutex) return 4;
   std::printf("ready\n");
   std::fflush(stdout);
