@@ -13,19 +13,7 @@ pnpm_version=10.34.9
 yarn_version=1.22.22
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
-passed=0
-failed=0
-check() {  # check <name> <command...>
-  local name=$1
-  shift
-  if "$@"; then
-    echo "ok - $name"
-    passed=$((passed + 1))
-  else
-    echo "not ok - $name"
-    failed=$((failed + 1))
-  fi
-}
+source "$root/scripts/checks.sh"
 
 cd "$root"
 tarball="$work/$(npm pack --silent --pack-destination "$work" | tail -n 1)"
@@ -136,5 +124,4 @@ check "yarn source install" \
   bash -c "cd '$work/yarn-source' && npx --yes 'yarn@$yarn_version' add --no-lockfile 'file:$tarball'"
 check "yarn-source app: require, ESM, loopback read, built here, no build tree" bash -c "$(declare -f run_app); run_app '$work/yarn-source' source"
 
-echo "package: $passed passed, $failed failed"
-((failed == 0))
+finish package

@@ -9,19 +9,7 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 label="$(node -p "require('$root/package.json').version")-vendor-check"
-passed=0
-failed=0
-check() {  # check <name> <command...>
-  local name=$1
-  shift
-  if "$@"; then
-    echo "ok - $name"
-    passed=$((passed + 1))
-  else
-    echo "not ok - $name"
-    failed=$((failed + 1))
-  fi
-}
+source "$root/scripts/checks.sh"
 
 cd "$root"
 npm run --silent sdk:package -- "$work/sdk" --version "$label"
@@ -54,5 +42,4 @@ else
   echo "# no Windows leg: MinGW-w64 or Wine is not installed"
 fi
 
-echo "vendor: $passed passed, $failed failed"
-((failed == 0))
+finish vendor

@@ -15,12 +15,13 @@ collectAfterAll(test, () => { client = null; });
 
 const cycles = Number(process.env.OMBRIX_SOAK_CYCLES || 100);
 
+// Generous time-out: under a sanitizer on a loaded machine collection is slow.
 async function countsSettle(names, baseline) {
   await waitFor(() => {
     global.gc();
     const live = emu.liveObjects();
     return names.every((name) => live[name] === baseline[name]);
-  }, { what: `live ${names.join(', ')} back to ${JSON.stringify(baseline)}` });
+  }, { what: `live ${names.join(', ')} back to ${JSON.stringify(baseline)}`, timeoutMs: 30000 });
 }
 
 test('10,000 aborts racing SDK completions: every Promise settles once, nothing left alive', async () => {

@@ -71,11 +71,11 @@ struct BridgeRules {
 // error" too).
 std::string ReasonMessage(Napi::Value reason);
 
-// A fulfilment whose answer is specified to fail its own conversion (a "code"
-// that is not a number where no type test is made): the request stays
-// unanswered and the application sees the conversion error as an unhandled
-// rejection. Every other failure while reading an answer, such as a getter
-// or Proxy trap of the application's object that throws, answers code 8.
+// An answer that fails its own conversion by design (a "code" that is not a
+// number where no type test is made): the request stays unanswered and the
+// application sees the conversion error as an unhandled rejection. Every
+// other failure while reading an answer, such as a getter or Proxy trap of the
+// application's object that throws, answers code 8.
 struct ConversionFailure {
   std::string message;
 };
