@@ -131,7 +131,12 @@ test('process exit with calls pending in both directions: clean exit, or a natur
   assert.deepEqual([natural.code, natural.timedOut, natural.stdout, natural.stderr], [0, false, 'released\n', '']);
 });
 
-test(`${cycles} workers alone load the module, list trees and end mid-flight; the process never does`, async () => {
+// Under TSan every run would report a false race: node closes its own
+// descriptors (files it reads on a worker's start, each event loop's eventfd)
+// with raw system calls TSan cannot see, and the loopback walk here reuses
+// their numbers. ASan and the release build run it.
+const fdReuse = process.env.OMBRIX_BUILD === 'tsan' && 'node\'s raw closes of its descriptors read as races under TSan';
+test(`${cycles} workers alone load the module, list trees and end mid-flight; the process never does`, { skip: fdReuse }, async () => {
   // The main thread never loads the module: the last environment to go must
   // not unload code that SDK threads still run callbacks of.
   const { code, signal, stderr, stdout } = await runNode(`
