@@ -28,7 +28,6 @@ const char* const kAtomNames[X11Connection::kAtomCount] = {
     "_NET_WM_WINDOW_TYPE",
     "_NET_WM_WINDOW_TYPE_NORMAL",
     "_NET_WM_WINDOW_TYPE_DIALOG",
-    "_NET_FRAME_EXTENTS",
     "_NET_MOVERESIZE_WINDOW",
     "WM_STATE",
     "WM_CHANGE_STATE",
@@ -39,8 +38,9 @@ const char* const kAtomNames[X11Connection::kAtomCount] = {
 thread_local X11Connection* current = nullptr;
 static_assert(std::is_trivially_destructible<decltype(current)>::value, "thread_local needs no destructor");
 
-// Xlib keeps one error handler per process; others' displays keep theirs.
+// Xlib keeps one handler of each kind per process; other displays keep theirs.
 std::atomic<xlib::ErrorHandler> chained{nullptr};
+std::atomic<xlib::IOErrorHandler> chainedIO{nullptr};
 
 // Xlib frees the property data; format-32 items arrive as longs.
 struct Property {
@@ -92,9 +92,11 @@ X11Connection::~X11Connection() {
 
 X11Connection::Use::Use(X11Connection& connection) {
   current = &connection;
-  const xlib::ErrorHandler before = connection.x.XSetErrorHandler(&OnError);
   // Re-armed at every use: a handler set since then is kept for its displays.
+  const xlib::ErrorHandler before = connection.x.XSetErrorHandler(&OnError);
   if (before != &OnError) chained.store(before);
+  const xlib::IOErrorHandler beforeIO = connection.x.XSetIOErrorHandler(&OnIOError);
+  if (beforeIO != &OnIOError) chainedIO.store(beforeIO);
 }
 
 X11Connection::Use::~Use() { current = nullptr; }
@@ -106,6 +108,14 @@ int X11Connection::OnError(xlib::Display* display, xlib::ErrorEvent* error) {
   }
   const xlib::ErrorHandler next = chained.load();
   return next ? next(display, error) : 0;
+}
+
+// Xlib's own handler ends the process; for this module's displays it
+// returns, and the display's exit handler marks the connection lost.
+int X11Connection::OnIOError(xlib::Display* display) {
+  if (current && current->display_ == display) return 0;
+  const xlib::IOErrorHandler next = chainedIO.load();
+  return next ? next(display) : 0;
 }
 
 void X11Connection::OnLost(xlib::Display*, void* self) { static_cast<X11Connection*>(self)->lost_ = true; }

@@ -35,7 +35,6 @@ class X11Connection {
     kNetWmWindowType,
     kNetWmWindowTypeNormal,
     kNetWmWindowTypeDialog,
-    kNetFrameExtents,
     kNetMoveResizeWindow,
     kWmState,
     kWmChangeState,
@@ -50,7 +49,7 @@ class X11Connection {
   X11Connection& operator=(const X11Connection&) = delete;
 
   // Routes the X errors of this thread's requests on this connection to it
-  // while alive; another display's errors go to the handler installed before.
+  // while alive; another display's errors go to the handlers installed before.
   class Use {
    public:
     explicit Use(X11Connection& connection);
@@ -82,6 +81,7 @@ class X11Connection {
  private:
   X11Connection(const xlib::Api& api, xlib::Display* display);
   static int OnError(xlib::Display* display, xlib::ErrorEvent* error);
+  static int OnIOError(xlib::Display* display);
   static void OnLost(xlib::Display* display, void* self);
 
   xlib::Display* const display_;

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <optional>
 #include <thread>
 
 #include "platform/posix/desktop_opener.h"
@@ -33,21 +34,30 @@ uint32_t FromXError(unsigned char error) {
 template <typename Result, typename Body>
 Result X11WindowSystem::WithDisplay(Result failed, Body body) {
   std::lock_guard<std::mutex> lock(mutex_);
-  if (connection_ && connection_->lost()) connection_.reset();
   if (!connection_) connection_ = X11Connection::Open(api_);
   if (!connection_) {
     SetThreadError(ENOTCONN);
     return failed;
   }
-  X11Connection& c = *connection_;
-  X11Connection::Use use(c);
-  Result result = body(c);
-  const unsigned char error = c.Sync();
-  if (c.lost() || error) {
-    SetThreadError(c.lost() ? ENOTCONN : FromXError(error));
+  unsigned char error = 0;
+  std::optional<Result> result;
+  {
+    X11Connection::Use use(*connection_);
+    result.emplace(body(*connection_));
+    error = connection_->Sync();
+  }
+  if (connection_->lost()) {
+    // Closed at once, on the thread that met the loss: Xlib's state for the
+    // display is that thread's until then.
+    connection_.reset();
+    SetThreadError(ENOTCONN);
     return failed;
   }
-  return result;
+  if (error) {
+    SetThreadError(FromXError(error));
+    return failed;
+  }
+  return std::move(*result);
 }
 
 template <typename Result, typename Body>

@@ -37,7 +37,7 @@ constexpr unsigned long kIconicState = 3;
 // EWMH source indication of a pager or task switcher, honoured over
 // focus-stealing prevention.
 constexpr long kSourcePager = 2;
-constexpr long kNorthWestGravity = 1;
+constexpr long kStaticGravity = 10;
 // _MOTIF_WM_HINTS: flags, functions, decorations, ...
 constexpr unsigned long kMotifDecorationsFlag = 2;
 constexpr unsigned long kMotifDecorAll = 1;
@@ -118,29 +118,26 @@ void Withdraw(X11Connection& c, Window window) {
                  &event);
 }
 
-// The client size that gives the placement's frame rectangle (Windows'
-// rectangle includes the non-client area); false when it is empty.
-bool ClientSize(X11Connection& c, Window window, const int32_t (&fields)[kFields], long& width, long& height) {
-  std::vector<unsigned long> extents = c.Items(window, c.atom(X11Connection::kNetFrameExtents));
-  extents.resize(4, 0);  // left, right, top, bottom
-  const int64_t w = int64_t{fields[kRight]} - fields[kLeft] - static_cast<int64_t>(extents[0] + extents[1]);
-  const int64_t h = int64_t{fields[kBottom]} - fields[kTop] - static_cast<int64_t>(extents[2] + extents[3]);
-  if (w < 1 || h < 1 || w > 0x7FFF || h > 0x7FFF) {
-    SetThreadError(EINVAL);
-    return false;
-  }
-  width = static_cast<long>(w);
-  height = static_cast<long>(h);
-  return true;
+// X sizes are 15-bit and never empty.
+bool Sizable(const int32_t (&fields)[kFields]) {
+  const int64_t width = int64_t{fields[kRight]} - fields[kLeft];
+  const int64_t height = int64_t{fields[kBottom]} - fields[kTop];
+  return width >= 1 && height >= 1 && width <= 0x7FFF && height <= 0x7FFF;
 }
 
-void MoveResizeFrame(X11Connection& c, Window window, int32_t left, int32_t top, long width, long height) {
+// The rectangle is the client area's: frames differ by window manager and by
+// state (a maximised window may lose its borders), so a frame rectangle read
+// in one state would not give the same window in another.
+void MoveResize(X11Connection& c, Window window, const int32_t (&fields)[kFields]) {
+  const long width = fields[kRight] - fields[kLeft];
+  const long height = fields[kBottom] - fields[kTop];
   if (c.Supports(X11Connection::kNetMoveResizeWindow)) {
-    // Gravity given (the frame's corner), x, y, width and height present, from a pager.
-    const long flags = kNorthWestGravity | (0xF << 8) | (kSourcePager << 12);
-    c.SendToRoot(window, X11Connection::kNetMoveResizeWindow, {flags, left, top, width, height});
+    // Static gravity (x and y are the client's own), all four present, from a pager.
+    const long flags = kStaticGravity | (0xF << 8) | (kSourcePager << 12);
+    c.SendToRoot(window, X11Connection::kNetMoveResizeWindow,
+                 {flags, fields[kLeft], fields[kTop], width, height});
   } else {  // no window manager, so no frame
-    c.x.XMoveResizeWindow(c.display(), window, left, top, static_cast<unsigned>(width),
+    c.x.XMoveResizeWindow(c.display(), window, fields[kLeft], fields[kTop], static_cast<unsigned>(width),
                           static_cast<unsigned>(height));
   }
 }
@@ -231,21 +228,14 @@ void ReadPlacement(X11Connection& c, Window window, WindowSystem::Placement& pla
   int y = 0;
   Window child = 0;
   c.x.XTranslateCoordinates(c.display(), window, c.root(), 0, 0, &x, &y, &child);
-  std::vector<unsigned long> extents = c.Items(window, c.atom(X11Connection::kNetFrameExtents));
-  extents.resize(4, 0);  // left, right, top, bottom
   const bool iconic = Iconic(c, window);
   const bool maximized = Maximized(States(c, window), c);
-  const auto left = static_cast<int32_t>(x - static_cast<long>(extents[0]));
-  const auto top = static_cast<int32_t>(y - static_cast<long>(extents[2]));
   const int32_t fields[kFields] = {
       static_cast<int32_t>(WindowSystem::kPlacementSize),
       iconic && maximized ? kRestoreToMaximized : 0,
       iconic ? kShowMinimized : maximized ? kShowMaximized : kShowNormal,
       -1, -1, -1, -1,  // no minimised or maximised position of its own
-      left,
-      top,
-      static_cast<int32_t>(left + attributes.width + static_cast<long>(extents[0] + extents[1])),
-      static_cast<int32_t>(top + attributes.height + static_cast<long>(extents[2] + extents[3]))};
+      x, y, x + attributes.width, y + attributes.height};
   std::memcpy(placement.data(), fields, sizeof fields);
 }
 
@@ -256,11 +246,12 @@ bool WritePlacement(X11Connection& c, Window window, const WindowSystem::Placeme
   const bool minimize = IsMinimizeCommand(command);
   const bool maximize = command == kShowMaximized || (minimize && (fields[kFlags] & kRestoreToMaximized));
   // EWMH keeps no size to restore to: a maximised placement's rectangle is not applied.
-  long width = 0;
-  long height = 0;
-  if (!maximize && !ClientSize(c, window, fields, width, height)) return false;
+  if (!maximize && !Sizable(fields)) {
+    SetThreadError(EINVAL);
+    return false;
+  }
   SetMaximized(c, window, maximize);
-  if (!maximize) MoveResizeFrame(c, window, fields[kLeft], fields[kTop], width, height);
+  if (!maximize) MoveResize(c, window, fields);
   if (command == kHide) {
     Withdraw(c, window);
   } else if (minimize) {

@@ -77,6 +77,7 @@ union Event {
 };
 
 using ErrorHandler = int (*)(Display*, ErrorEvent*);
+using IOErrorHandler = int (*)(Display*);
 using IOErrorExitHandler = void (*)(Display*, void*);
 
 constexpr int kSuccess = 0;
@@ -106,6 +107,7 @@ constexpr Atom kWmTransientForAtom = 68;
   X(Window, XDefaultRootWindow, (Display*))                                                        \
   X(int, XConnectionNumber, (Display*))                                                            \
   X(ErrorHandler, XSetErrorHandler, (ErrorHandler))                                                \
+  X(IOErrorHandler, XSetIOErrorHandler, (IOErrorHandler))                                          \
   X(void, XSetIOErrorExitHandler, (Display*, IOErrorExitHandler, void*))                           \
   X(Status, XInternAtoms, (Display*, char**, int, Bool, Atom*))                                    \
   X(int, XGetWindowProperty, (Display*, Window, Atom, long, long, Bool, Atom, Atom*, int*,         \
