@@ -31,7 +31,7 @@ struct WindowAttributes {
   int depth;
   void* visual;
   Window root;
-  int c_class;
+  int c_class;  // "class" in C
   int bit_gravity;
   int win_gravity;
   int backing_store;
