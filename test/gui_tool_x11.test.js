@@ -9,7 +9,7 @@ const os = require('os');
 const path = require('path');
 
 const ombrix = require('..');
-const { waitFor, runNode } = require('./helpers');
+const { waitFor, runNode, nodeEnv } = require('./helpers');
 const { windowClient } = require('./x11/client');
 
 const skip = process.platform !== 'linux' ? 'the X11 backend is tested on Linux'
@@ -214,7 +214,7 @@ test('an X server that goes away leaves the process running and the tool finding
         const activation = await tool.activateWindow(1n);
         console.log(JSON.stringify({ before, windows, error, activation, active: tool.getForegroundHwnd() }));
       };
-      wait();`, { env: { ...process.env, DISPLAY: display } });
+      wait();`, { env: { ...nodeEnv(), DISPLAY: display } });
     assert.equal(code, 0, stderr);
     assert.deepEqual(JSON.parse(stdout), {
       before: [0, 0], windows: [], error: ENOTCONN,

@@ -154,8 +154,9 @@ bool Exists(X11Connection& c, WindowSystem::Handle handle) {
 }
 
 std::vector<Window> TopFirst(X11Connection& c) {
-  std::vector<Window> windows = c.Items(c.root(), c.atom(X11Connection::kNetClientListStacking));
+  std::vector<Window> windows;
   if (c.Supports(X11Connection::kNetClientListStacking)) {
+    windows = c.Items(c.root(), c.atom(X11Connection::kNetClientListStacking));
     std::reverse(windows.begin(), windows.end());  // listed bottom first
     return windows;
   }

@@ -1,7 +1,8 @@
-// The few Xlib types and functions the X11 backend uses, declared here and
-// resolved from libX11.so.6 at run time: neither building nor installing the
-// module needs X11 development files, and a machine without X11 still loads
-// it. Layouts are those of <X11/Xlib.h>.
+// The few Xlib types and functions the X11 backend (and its test client)
+// uses, declared here and resolved from libX11.so.6 at run time: neither
+// building nor installing the module needs X11 development files, and a
+// machine without X11 still loads it. Layouts are those of <X11/Xlib.h>
+// (test/x11/xlib_layout_check.cc compares them where the headers exist).
 #pragma once
 
 namespace ombrix_addon::xlib {
