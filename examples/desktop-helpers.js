@@ -1,6 +1,6 @@
 'use strict';
-// Desktop helpers: the visible top-level windows (Windows; elsewhere the list
-// is empty), and a shared-memory section guarded by a named mutex.
+// Desktop helpers: the visible top-level windows (Windows and X11 desktops;
+// elsewhere the list is empty), and a shared-memory section guarded by a named mutex.
 const ombrix = require('..');
 
 const gui = ombrix.createGuiTool();

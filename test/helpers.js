@@ -140,7 +140,33 @@ async function unansweredDrive(source) {
   return stdout.trim().split('\n');
 }
 
+/** A test program (full path) that answers each line written to it with one line. Killed after the test. */
+async function lineChild(t, program, args = []) {
+  const child = spawn(program, args, { stdio: ['pipe', 'pipe', 'inherit'] });
+  t.after(() => child.kill());
+  const waiting = [];
+  let pending = '';
+  child.stdout.setEncoding('utf8').on('data', (chunk) => {
+    const lines = (pending + chunk).split(/\r?\n/);
+    pending = lines.pop();
+    for (const line of lines) waiting.shift()?.resolve(line);
+  });
+  child.exited = new Promise((resolve) => child.on('exit', resolve));
+  child.exited.then((code) => {
+    for (const { reject } of waiting.splice(0)) reject(new Error(`${program} exited with ${code}`));
+  });
+  child.nextLine = () => new Promise((resolve, reject) => waiting.push({ resolve, reject }));
+  /** Resolves once the line is handed to the pipe, before the answer. */
+  child.write = (line) => new Promise((resolve) => child.stdin.write(`${line}\n`, resolve));
+  child.ask = (line) => {
+    const answer = child.nextLine();
+    child.write(line);
+    return answer;
+  };
+  return child;
+}
+
 module.exports = {
   root, waitFor, runNode, nodeEnv, emu, scripted, substitute, settle, rejection, collectAfterAll, clientIn,
-  unansweredDrive, scratchDir,
+  unansweredDrive, scratchDir, lineChild,
 };

@@ -3,28 +3,19 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <type_traits>
+
+#include "platform/posix/thread_error.h"
 
 namespace ombrix_addon {
 
 namespace {
 
-// The thread's last error, as Windows keeps one per thread. errno itself is
-// no use: the event loop overwrites it between two calls from JavaScript.
-thread_local uint32_t lastError = 0;
-static_assert(std::is_trivially_destructible<decltype(lastError)>::value, "thread_local needs no destructor");
-
 bool NotAvailable() {
-  lastError = ENOSYS;
+  SetThreadError(ENOSYS);
   return false;
 }
 
 }  // namespace
-
-WindowSystem& PlatformWindowSystem() {
-  static PosixWindowSystem* windows = new PosixWindowSystem;  // workers may outlive statics
-  return *windows;
-}
 
 std::vector<WindowSystem::Window> PosixWindowSystem::VisibleTitledWindows() { return {}; }
 
@@ -57,7 +48,7 @@ std::optional<std::string> PosixWindowSystem::ProcessImagePath(uint32_t processI
   char path[4096];
   const ssize_t length = readlink(link.c_str(), path, sizeof path);
   if (length < 0 || static_cast<size_t>(length) >= sizeof path) {
-    lastError = length < 0 ? static_cast<uint32_t>(errno) : ENAMETOOLONG;
+    SetThreadError(length < 0 ? static_cast<uint32_t>(errno) : ENAMETOOLONG);
     return std::nullopt;
   }
   return std::string(path, static_cast<size_t>(length));
@@ -70,11 +61,11 @@ std::optional<std::string> PosixWindowSystem::ProcessImagePath(uint32_t processI
 
 bool PosixWindowSystem::AllowForeground(uint32_t) { return NotAvailable(); }
 
-uint32_t PosixWindowSystem::LastError() { return lastError; }
+uint32_t PosixWindowSystem::LastError() { return ThreadError(); }
 
 WindowSystem::Activation PosixWindowSystem::Activate(Handle) {
   NotAvailable();
-  return {false, "attach", lastError};
+  return {false, "attach", ThreadError()};
 }
 
 }  // namespace ombrix_addon

@@ -1,13 +1,14 @@
 // WindowSystem where the module has no window-system backend: no window is
 // ever found and nothing is done. Failed calls record ENOSYS as the calling
-// thread's last error. Process image paths are real on Linux.
+// thread's last error. Process image paths are real on Linux. The X11 backend
+// builds on it.
 #pragma once
 
 #include "window_system.h"
 
 namespace ombrix_addon {
 
-class PosixWindowSystem final : public WindowSystem {
+class PosixWindowSystem : public WindowSystem {
  public:
   std::vector<Window> VisibleTitledWindows() override;
   Handle Foreground() override;
