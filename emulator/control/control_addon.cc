@@ -2,6 +2,7 @@
 // surface. Built for tests, examples and benchmarks only.
 #include <napi.h>
 
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <string>
@@ -256,6 +257,10 @@ Napi::Value Drive(const Napi::CallbackInfo& info) {
                                                   StringArg(info, 2), listener));
 }
 
+Napi::Value DriveDuplicates(const Napi::CallbackInfo& info) {
+  return Napi::Number::New(info.Env(), static_cast<double>(emu::DriveDuplicates()));
+}
+
 Napi::Value DriveReport(const Napi::CallbackInfo& info) {
   return Napi::String::New(info.Env(), emu::DriveReport(IdArg(info)));
 }
@@ -275,6 +280,31 @@ Napi::Value AnswerConfirm(const Napi::CallbackInfo& info) {
   return Napi::Boolean::New(info.Env(),
                             emu::AnswerConfirm(IdArg(info), info[1].As<Napi::Number>().Uint32Value(),
                                                StringArg(info, 2)));
+}
+
+// (enabled, seed as a decimal string, habits, percent)
+Napi::Value SetHostile(const Napi::CallbackInfo& info) {
+  uint64_t seed = std::strtoull(info[1].As<Napi::String>().Utf8Value().c_str(), nullptr, 10);
+  return Napi::Boolean::New(info.Env(),
+                            emu::SetHostile(info[0].As<Napi::Boolean>().Value(), seed,
+                                            info[2].As<Napi::String>().Utf8Value(),
+                                            info[3].As<Napi::Number>().Int32Value()));
+}
+
+Napi::Value HostileStatus(const Napi::CallbackInfo& info) {
+  return Napi::String::New(info.Env(), emu::HostileStatus());
+}
+
+Napi::Value ReleaseHeldCallbacks(const Napi::CallbackInfo& info) {
+  return Napi::Number::New(info.Env(), emu::ReleaseHeldCallbacks());
+}
+
+Napi::Value LoggerEnabled(const Napi::CallbackInfo& info) {
+  return Napi::Boolean::New(info.Env(), emu::LoggerEnabled(info[0].As<Napi::Number>().Int32Value()));
+}
+
+Napi::Value SignalingThreadName(const Napi::CallbackInfo& info) {
+  return Napi::String::New(info.Env(), emu::SignalingThreadName());
 }
 
 Napi::Value ChatStorm(const Napi::CallbackInfo& info) {
@@ -312,10 +342,16 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
       {"holdEvents", HoldEvents},
       {"drive", Drive},
       {"driveReport", DriveReport},
+      {"driveDuplicates", DriveDuplicates},
       {"inspect", Inspect},
       {"cancelToolCall", CancelToolCall},
       {"answerConfirm", AnswerConfirm},
       {"chatStorm", ChatStorm},
+      {"setHostile", SetHostile},
+      {"hostileStatus", HostileStatus},
+      {"releaseHeldCallbacks", ReleaseHeldCallbacks},
+      {"loggerEnabled", LoggerEnabled},
+      {"signalingThreadName", SignalingThreadName},
   };
   for (const auto& [name, function] : functions) {
     exports.Set(name, Napi::Function::New(env, function, name));

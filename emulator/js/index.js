@@ -78,6 +78,33 @@ const emulator = {
   startLogStorm: native.startLogStorm,
   stopLogStorm: async () => Number(await native.stopLogStorm()),
 
+  /** What the SDK's logger::IsEnabled answers for `level` now. */
+  loggerEnabled: (level) => native.loggerEnabled(level),
+  /** The name of the signaling thread the newest live client was given ('' with none). */
+  signalingThreadName: native.signalingThreadName,
+
+  // --- hostile mode ------------------------------------------------------------
+  // Every legal but unkind habit of a vendor SDK, striking at random from a
+  // seed (docs/substitute-sdk.md). OMBRIX_HOSTILE sets it when the SDK loads.
+  hostile: {
+    /**
+     * @param {{enabled?: boolean, seed?: string|number|bigint, habits?: string|string[],
+     *          percent?: number}} [options] habits: 'quiet' (the default: results
+     *   stay as they are), 'all', or habit names
+     */
+    set({ enabled = true, seed = 0, habits = 'quiet', percent = 25 } = {}) {
+      const list = Array.isArray(habits) ? habits.join(',') : habits;
+      check(native.setHostile(enabled, String(seed), list, percent), `unknown habit in "${list}" or bad percent`);
+    },
+    off() {
+      native.setHostile(false, '0', 'quiet', 25);
+    },
+    /** { enabled, seed (a string), percent, habits: { name: times struck }, held } */
+    status: () => JSON.parse(native.hostileStatus()),
+    /** Lets go of the callbacks held by the 'never' habit (unanswered); returns how many. */
+    releaseHeld: native.releaseHeldCallbacks,
+  },
+
   // --- modes and scripted calls ---------------------------------------------
   /** 'loopback' (real work on this machine) or 'scripted'; for clients created afterwards. */
   setMode(mode) {
@@ -126,8 +153,9 @@ const emulator = {
   // --- faults ----------------------------------------------------------------
   /**
    * The next call at `site` (a factory or an operation: 'CreateOmbrixClient',
-   * 'CreateRemoteFileTool', 'ReadFile', …) returns empty ('empty'; an
-   * operation drops its callback unanswered) or throws ('throw').
+   * 'CreateRemoteFileTool', 'ReadFile', …, or 'SetLogger') returns empty
+   * ('empty'; an operation drops its callback unanswered, SetLogger ignores
+   * the call) or throws ('throw').
    */
   injectFault(site, kind = 'empty') {
     check(native.injectFault(site, kind), `unknown fault kind "${kind}" (empty or throw)`);
@@ -255,6 +283,8 @@ const emulator = {
    * a callback released without having run reports { dropped: true, calls: 0 }.
    */
   driveReport: (id) => JSON.parse(native.driveReport(id)),
+  /** How many times, in all, the SDK's drive callbacks ran again after their first run (0 unless a service answered twice). */
+  driveDuplicates: native.driveDuplicates,
 };
 
 module.exports = emulator;

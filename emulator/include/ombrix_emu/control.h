@@ -76,6 +76,21 @@ OMBRIX_API bool InjectFault(const std::string& site, const std::string& kind);
 // as "RemoteFileTool") comes back empty, as if the object had just died.
 OMBRIX_API bool InjectWeakLockFailure(const std::string& typeLabel);
 
+// Hostile mode (see docs/substitute-sdk.md): on or off, its seed, and its
+// habits ("quiet", "all" or names separated by commas), each striking
+// `percent` times in a hundred. False for an unknown habit or percentage.
+OMBRIX_API bool SetHostile(bool enabled, uint64_t seed, const std::string& habits, int percent);
+// { enabled, seed, percent, habits: { name: times struck }, held } as JSON.
+OMBRIX_API std::string HostileStatus();
+// Releases the callbacks hostile mode has been holding; returns how many.
+OMBRIX_API int ReleaseHeldCallbacks();
+
+// What logger::IsEnabled answers for `level` now.
+OMBRIX_API bool LoggerEnabled(int32_t level);
+// The name of the signaling thread the newest live client was given ("" when
+// there is none).
+OMBRIX_API std::string SignalingThreadName();
+
 // Client observer events, sent by every live client from its signaling thread.
 OMBRIX_API void EmitConnectionState(int32_t state);
 OMBRIX_API void AnnounceToolService(bool empty);
@@ -113,6 +128,8 @@ OMBRIX_API void RemoveJsThread();
 OMBRIX_API std::string Drive(const std::string& service, const std::string& op,
                              const std::string& argsJson, int listener);
 OMBRIX_API std::string DriveReport(uint64_t drive);
+// How many times a drive's callback ran again after its first run, in all.
+OMBRIX_API uint64_t DriveDuplicates();
 
 // What the SDK side received: kind "stream", "confirm", "observer" (chat),
 // "notificationObserver" or "auditObserver".

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <vector>
 
+#include "hostile/hostile.h"
 #include "loopback/fs.h"
 #include "ombrix_emu/control.h"
 #include "runtime/log.h"
@@ -56,6 +57,30 @@ struct Client::State : std::enable_shared_from_this<Client::State> {
     EMU_LOG(LogLevel::kDebug, "client", "%s: %s%s", serverName.c_str(), what,
             current ? "" : " (no observer)");
     if (current) notify(*current.get(), *this);
+    if (current && hostile::Roll(hostile::Habit::kObserverRace)) {
+      // Connection states from several threads at once, while the observer
+      // may be detaching.
+      for (int i = 0; i < 3; ++i) {
+        TaskPool::Hostile().Post([current, state = connection] {
+          hostile::Pause(3);
+          current->OnConnectionStateChanged(state);
+        });
+      }
+    }
+  }
+
+  // A replaced observer may still be inside a delivery that began before the
+  // replacement: hostile mode sends it every kind of event, from several
+  // threads, after SetObserver.
+  void RaceReplaced(SharedPtr<OmbrixClientObserverItf> replaced) {
+    for (int i = 0; i < 3; ++i) {
+      TaskPool::Hostile().Post([replaced, state = connection, service = toolService] {
+        hostile::Pause(3);
+        replaced->OnConnectionStateChanged(state);
+        replaced->OnNewToolService(service);
+        replaced->OnToolServiceDisconnected();
+      });
+    }
   }
 
   void SetConnection(int32_t state) {
@@ -78,9 +103,11 @@ struct Client::State : std::enable_shared_from_this<Client::State> {
            [](OmbrixClientObserverItf& o, State&) { o.OnToolServiceDisconnected(); });
   }
 
+  ToolContext ToolContextOf() { return ToolContext(mode, shared_from_this()); }
+
   SharedPtr<ToolServiceItf> NewToolService() {
     return SharedPtr<ToolServiceItf>(
-        new ToolService(mode, serverName + "/tools-" + std::to_string(++toolServices)));
+        new ToolService(ToolContextOf(), serverName + "/tools-" + std::to_string(++toolServices)));
   }
 };
 
@@ -151,40 +178,45 @@ Client::~Client() {
 }
 
 SharedPtr<AccountToolItf> Client::CreateAccountTool() {
-  Mode mode = state_->mode;
+  ToolContext context = state_->ToolContextOf();
   return MakeTool<AccountToolItf>(*state_, "CreateAccountTool",
-                                  [mode] { return new AccountTool(mode); });
+                                  [context] { return new AccountTool(context); });
 }
 
 SharedPtr<RemoteFileTransferItf> Client::CreateRemoteFileTransferTool() {
-  Mode mode = state_->mode;
+  ToolContext context = state_->ToolContextOf();
   return MakeTool<RemoteFileTransferItf>(*state_, "CreateRemoteFileTransferTool",
-                                         [mode] { return new RemoteFileTransfer(mode); });
+                                         [context] { return new RemoteFileTransfer(context); });
 }
 
 SharedPtr<RemoteControlToolItf> Client::CreateRemoteControlTool() {
-  Mode mode = state_->mode;
+  ToolContext context = state_->ToolContextOf();
   return MakeTool<RemoteControlToolItf>(*state_, "CreateRemoteControlTool",
-                                        [mode] { return new RemoteControlTool(mode); });
+                                        [context] { return new RemoteControlTool(context); });
 }
 
 SharedPtr<RemoteFileToolItf> Client::CreateRemoteFileTool() {
-  Mode mode = state_->mode;
+  ToolContext context = state_->ToolContextOf();
   return MakeTool<RemoteFileToolItf>(*state_, "CreateRemoteFileTool",
-                                     [mode] { return new RemoteFileTool(mode); });
+                                     [context] { return new RemoteFileTool(context); });
 }
 
 SharedPtr<RemoteShellToolItf> Client::CreateRemoteShellTool() {
-  Mode mode = state_->mode;
+  ToolContext context = state_->ToolContextOf();
   return MakeTool<RemoteShellToolItf>(*state_, "CreateRemoteShellTool",
-                                      [mode] { return new RemoteShellTool(mode); });
+                                      [context] { return new RemoteShellTool(context); });
 }
 
 void Client::SetObserver(WeakPtr<OmbrixClientObserverItf> observer) {
   // Stored on the signaling thread, after any event already queued there, so
   // a new observer is told the current state exactly once.
   state_->Post([observer](State& s) {
+    SharedPtr<OmbrixClientObserverItf> replaced = s.observer.lock();
     s.observer = observer;
+    if (replaced && replaced.get() != observer.lock().get() &&
+        hostile::Roll(hostile::Habit::kObserverRace)) {
+      s.RaceReplaced(replaced);
+    }
     if (!s.observer.lock() || s.connection == kDisconnected) return;
     s.SetConnection(s.connection);
     if (s.toolService) s.Announce(s.toolService);
@@ -210,7 +242,7 @@ SharedPtr<FernwickManagerItf> Client::CreateFernwickManager(SharedPtr<FernwickMa
 
 void Client::GetFernwickWorkspace(SharedPtr<CallbackItf<const char*>> callback) {
   std::string name = state_->serverName;
-  Perform(state_->mode, "GetFernwickWorkspace", Json::MakeObject({{"serverName", name}}), callback,
+  Perform(state_->ToolContextOf(), "GetFernwickWorkspace", Json::MakeObject({{"serverName", name}}), callback,
           [name](const loopback::CancelFlag&) {
             std::string safe = name;
             for (char& c : safe) {
@@ -250,6 +282,14 @@ ClientServices NewestClientServices() {
                               client.auditSessionManager, client.fernwickManager};
   });
   return services;
+}
+
+std::string SignalingThreadName() {
+  std::string name;
+  ForEachClient([&name](Client::State& client) {  // oldest first: the last one wins
+    name = client.signaling ? client.signaling->GetName() : "";
+  });
+  return name;
 }
 
 int LiveClients() {

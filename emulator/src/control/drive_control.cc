@@ -39,6 +39,8 @@ std::string Drive(const std::string& service, const std::string& op, const std::
 
 std::string DriveReport(uint64_t drive) { return DriveLog::Shared().Get(drive).Dump(); }
 
+uint64_t DriveDuplicates() { return DriveLog::Shared().Duplicates(); }
+
 std::string Inspect(const std::string& kind, uint64_t id) {
   if (kind == "stream") return chat::StreamEvents(id).Dump();
   if (kind == "confirm") return chat::ConfirmRequests(id).Dump();

@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "hostile/hostile.h"
 #include "ombrix/logger.h"
 #include "ombrix_emu/control.h"
 #include "runtime/control_block.h"
@@ -25,6 +26,16 @@ std::vector<LiveCount> GetLiveObjects() {
 }
 
 void InjectThreadCreateFailure() { FailNextThreadCreate(); }
+
+bool SetHostile(bool enabled, uint64_t seed, const std::string& habits, int percent) {
+  return hostile::Configure(enabled, seed, habits, percent);
+}
+
+std::string HostileStatus() { return hostile::Status().Dump(); }
+
+int ReleaseHeldCallbacks() { return hostile::ReleaseHeld(); }
+
+bool LoggerEnabled(int32_t level) { return logger::IsEnabled(static_cast<LogLevel>(level)); }
 
 const char* CurrentSdkThreadName() { return CurrentThreadName(); }
 

@@ -59,7 +59,8 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
   if (!session) return DriveError("no audit session " + std::to_string(id));
 
   if (op == "getCachedInfo") {
-    return Json::MakeObject({{"info", InfoJson(session->GetCachedSessionInfo())}});
+    return hostile::OnSdkThread(
+        [session] { return Json::MakeObject({{"info", InfoJson(session->GetCachedSessionInfo())}}); });
   }
   if (op == "release") {
     TheRegistry().sessions.Release(id);
@@ -99,7 +100,8 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
       observer = SharedPtr<AuditSessionObserverItf>(recorder);
       observerId = Json(TheRegistry().observers.Add(std::make_pair(observer, recorder)));
     }
-    TaskPool::Quick().Post([session, observer] { session->SetObserver(observer); });
+    std::function<void()> set = [session, observer] { session->SetObserver(observer); };
+    if (!hostile::Deliver(set, true)) TaskPool::Quick().Post(std::move(set));
     return Json::MakeObject({{"observer", observerId}});
   }
   return DriveError("unknown audit session operation " + op);

@@ -15,6 +15,7 @@
 #include "drivers/held_objects.h"
 #include "drivers/recording_confirm.h"
 #include "drivers/recording_stream.h"
+#include "hostile/hostile.h"
 #include "ombrix_addon/records.h"
 #include "runtime/worker_thread.h"
 #include "support/record_json.h"
@@ -72,7 +73,10 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
   SharedPtr<ChatSessionItf> session = TheRegistry().sessions.Find(id);
   if (!session) return DriveError("no session " + std::to_string(id));
 
-  if (op == "getCachedInfo") return Json::MakeObject({{"info", InfoJson(session->GetCachedInfo())}});
+  if (op == "getCachedInfo") {
+    return hostile::OnSdkThread(
+        [session] { return Json::MakeObject({{"info", InfoJson(session->GetCachedInfo())}}); });
+  }
   if (op == "release") {
     TheRegistry().sessions.Release(id);
     return Json::MakeObject({});
@@ -98,18 +102,22 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
     return StartOperation(op, listener, [session](auto cb) { session->Delete(cb); });
   }
   if (op == "setObserver") {
-    if (args["observer"].IsBool() && !args["observer"].AsBool()) {
-      session->SetObserver(WeakPtr<ChatSessionObserverItf>());
-      return Json::MakeObject({{"observer", Json()}});
+    Json observerId;
+    WeakPtr<ChatSessionObserverItf> observer;
+    if (!args["observer"].IsBool() || args["observer"].AsBool()) {
+      auto* recorder = new RecordingObserver();
+      SharedPtr<ChatSessionObserverItf> held(recorder);
+      observerId = Json(TheRegistry().observers.Add(std::make_pair(held, recorder)));
+      observer = held;
     }
-    auto* recorder = new RecordingObserver();
-    SharedPtr<ChatSessionObserverItf> observer(recorder);
-    uint64_t observerId = TheRegistry().observers.Add(std::make_pair(observer, recorder));
-    session->SetObserver(WeakPtr<ChatSessionObserverItf>(observer));
+    hostile::OnSdkThread([session, observer] {
+      session->SetObserver(observer);
+      return Json();
+    });
     return Json::MakeObject({{"observer", observerId}});
   }
   if (op == "sendChat") {
-    std::string content = args["content"].IsString() ? args["content"].AsString() : "";
+    TextArg content(args["content"]);
     SharedPtr<ChatResponseStreamItf> stream;
     SharedPtr<ConfirmCallbackItf> confirm;
     Json result = Json::MakeObject({});
@@ -130,11 +138,11 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
     std::string form = args["form"].IsString() ? args["form"].AsString() : "full";
     Json drive = StartOperation(op, listener, [=](auto cb) {
       if (form == "short") {
-        session->SendChat(content.c_str(), stream, confirm, cb);
+        session->SendChat(content.get(), stream, confirm, cb);
       } else if (form == "attachments") {
-        session->SendChat(content.c_str(), stream, confirm, cb, attachments);
+        session->SendChat(content.get(), stream, confirm, cb, attachments);
       } else {
-        session->SendChat(content.c_str(), stream, confirm, cb, attachments,
+        session->SendChat(content.get(), stream, confirm, cb, attachments,
                           hasExtra ? extra.c_str() : nullptr);
       }
     });

@@ -56,6 +56,7 @@ void DriveLog::Report(uint64_t drive, Json received) {
     if (found == drives_.end()) return;
     Drive& entry = found->second;
     if (++entry.calls > 1) {
+      ++duplicates_;
       EMU_LOG(LogLevel::kError, "driver", "%s #%llu: callback invoked %d times", entry.op.c_str(),
               static_cast<unsigned long long>(drive), entry.calls);
       return;
@@ -78,6 +79,11 @@ void DriveLog::Dropped(uint64_t drive) {
 void DriveLog::Notify(uint64_t drive, const Drive& entry) {
   auto listener = listeners_.find(entry.listener);
   if (listener != listeners_.end()) listener->second(drive);
+}
+
+uint64_t DriveLog::Duplicates() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return duplicates_;
 }
 
 Json DriveLog::Get(uint64_t drive) const {

@@ -12,6 +12,7 @@
 #include <string>
 #include <thread>
 
+#include "scripted/faults.h"
 #include "ombrix/callback.h"
 #include "support/json.h"
 
@@ -40,6 +41,8 @@ class DriveLog {
   // Called when the drive's callback is destroyed without having run: the
   // report becomes { dropped: true, calls: 0 }.
   void Dropped(uint64_t drive);
+  // How many times, in all, a drive's callback ran after its first run.
+  uint64_t Duplicates() const;
   // The first report, with "thread", "onJsThread" and the current "calls";
   // null while the callback has neither run nor been dropped.
   Json Get(uint64_t drive) const;
@@ -55,6 +58,7 @@ class DriveLog {
 
   mutable std::mutex mutex_;
   uint64_t nextDrive_ = 1;
+  uint64_t duplicates_ = 0;
   int nextListener_ = 1;
   std::map<uint64_t, Drive> drives_;
   std::map<int, Listener> listeners_;
@@ -69,7 +73,10 @@ class DriveCallback final : public CallbackItf<const Record&> {
       : drive_(drive), describe_(std::move(describe)) {}
   // A drive whose callback has run ignores this.
   ~DriveCallback() override { DriveLog::Shared().Dropped(drive_); }
-  void OnResult(const Record& record) override { DriveLog::Shared().Report(drive_, describe_(record)); }
+  void OnResult(const Record& record) override {
+    DriveLog::Shared().Report(drive_, describe_(record));
+    ApplyFault("DriveCallback");  // after recording: the answer did arrive
+  }
 
  private:
   uint64_t drive_;

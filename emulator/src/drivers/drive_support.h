@@ -3,9 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "drivers/drive_log.h"
+#include "hostile/hostile.h"
 #include "ombrix/result.h"
 #include "runtime/task_pool.h"
 #include "support/json.h"
@@ -41,7 +43,12 @@ template <class Record, class Call, class Describe>
 Json StartDrive(const std::string& op, int listener, Call call, Describe describe) {
   uint64_t drive = DriveLog::Shared().Begin(op, listener);
   SharedPtr<CallbackItf<const Record&>> callback(new DriveCallback<Record>(drive, describe));
-  TaskPool::Quick().Post([call, callback] { call(callback); });
+  if (hostile::Roll(hostile::Habit::kNullArgs)) {  // the contract allows a call without one
+    DriveLog::Shared().Report(drive, Json::MakeObject({{"noCallback", true}}));
+    callback = SharedPtr<CallbackItf<const Record&>>();
+  }
+  std::function<void()> start = [call, callback] { call(callback); };
+  if (!hostile::Deliver(start, true)) TaskPool::Quick().Post(std::move(start));
   return Json::MakeObject({{"drive", drive}});
 }
 
@@ -52,10 +59,12 @@ Json StartOperation(const std::string& op, int listener, Call call) {
                                      [](const OperationResult& r) { return OutcomeJson(r); });
 }
 
-// The text argument of a drive: a string, or null for a null pointer.
+// The text argument of a drive: a string, or null for a null pointer (which
+// hostile mode may pass for any text).
 struct TextArg {
   explicit TextArg(const Json& value)
-      : isNull(!value.IsString()), text(value.IsString() ? value.AsString() : "") {}
+      : isNull(!value.IsString() || hostile::Roll(hostile::Habit::kNullArgs)),
+        text(value.IsString() ? value.AsString() : "") {}
   const char* get() const { return isNull ? nullptr : text.c_str(); }
   bool isNull;
   std::string text;

@@ -68,7 +68,8 @@ Json Drive(const std::string& op, const Json& args, int listener) {
       observer = SharedPtr<NotificationObserverItf>(recorder);
       id = Json(Observers().Add(std::make_pair(observer, recorder)));
     }
-    TaskPool::Quick().Post([service, observer] { service->SetObserver(observer); });
+    std::function<void()> set = [service, observer] { service->SetObserver(observer); };
+    if (!hostile::Deliver(set, true)) TaskPool::Quick().Post(std::move(set));
     return Json::MakeObject({{"observer", id}});
   }
   if (op == "getNotifications") {

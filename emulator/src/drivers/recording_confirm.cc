@@ -3,8 +3,10 @@
 #include <string>
 #include <vector>
 
+#include "hostile/hostile_callback.h"
 #include "ombrix_addon/records.h"
 #include "runtime/task_pool.h"
+#include "scripted/faults.h"
 
 namespace quelt {
 namespace ombrix {
@@ -13,6 +15,7 @@ namespace emu {
 void RecordingConfirm::RequestConfirm(ConfirmActionType actionType, const char* title,
                                       const char* content,
                                       SharedPtr<CallbackItf<ConfirmResult>> callback) {
+  if (ApplyFault("RequestConfirm")) return;  // "empty": ignored
   std::lock_guard<std::mutex> lock(mutex_);
   uint32_t id = next_++;
   requests_[id] = Request{
@@ -42,9 +45,11 @@ bool RecordingConfirm::Answer(uint32_t request, const std::string& responseJson)
     if (found == requests_.end() || !found->second.callback) return false;
     callback = std::move(found->second.callback);
   }
-  TaskPool::Quick().Post([callback, responseJson] {
-    callback->OnResult(ConfirmResult{responseJson.c_str()});
-  });
+  SharedPtr<CallbackItf<ConfirmResult>> answer = hostile::Wrap(std::move(callback));
+  std::function<void()> deliver = [answer, responseJson] {
+    answer->OnResult(ConfirmResult{responseJson.c_str()});
+  };
+  if (!hostile::Deliver(deliver, true)) TaskPool::Quick().Post(std::move(deliver));
   return true;
 }
 

@@ -1,5 +1,7 @@
 #include "drivers/recording_stream.h"
 
+#include "hostile/hostile.h"
+#include "scripted/faults.h"
 #include "ombrix_addon/records.h"
 #include "runtime/worker_thread.h"
 #include "support/record_json.h"
@@ -14,6 +16,7 @@ void RecordingStream::Record(Json event) {
 }
 
 void RecordingStream::OnChunk(const ChatStreamChunk& chunk) {
+  if (ApplyFault("OnChunk")) return;  // "empty": ignored
   Json event = Json::MakeObject({{"event", "chunk"}});
   const Json fields = ToJson(ombrix_records::Copy(chunk));
   for (const auto& member : fields.AsObject()) event.Set(member.first, member.second);
@@ -23,6 +26,7 @@ void RecordingStream::OnChunk(const ChatStreamChunk& chunk) {
 }
 
 void RecordingStream::OnToolCall(SharedPtr<ToolCallItf> toolCall) {
+  if (ApplyFault("OnToolCall")) return;  // "empty": ignored
   Json event = Json::MakeObject({{"event", "toolCall"}});
   if (toolCall) event.Set("call", ToJson(ombrix_records::Copy(toolCall->GetToolCall())));
   std::lock_guard<std::mutex> lock(mutex_);
@@ -32,16 +36,20 @@ void RecordingStream::OnToolCall(SharedPtr<ToolCallItf> toolCall) {
 }
 
 void RecordingStream::OnTodos(const Todo* todos, uint32_t count) {
+  if (ApplyFault("OnTodos")) return;  // "empty": ignored
   std::vector<ombrix_records::TodoData> copies;
   for (uint32_t i = 0; todos && i < count; ++i) copies.push_back(ombrix_records::Copy(todos[i]));
   Record(Json::MakeObject({{"event", "todos"}, {"count", count}, {"todos", ToJson(copies)}}));
 }
 
 void RecordingStream::OnUsage(const Usage& usage) {
+  if (ApplyFault("OnUsage")) return;  // "empty": ignored
   Record(Json::MakeObject({{"event", "usage"}, {"usage", ToJson(ombrix_records::Copy(usage))}}));
 }
 
-void RecordingStream::OnEnd() { Record(Json::MakeObject({{"event", "end"}})); }
+void RecordingStream::OnEnd() {
+  if (ApplyFault("OnEnd")) return;  // "empty": ignored
+  Record(Json::MakeObject({{"event", "end"}})); }
 
 Json RecordingStream::Events() const {
   std::lock_guard<std::mutex> lock(mutex_);
@@ -55,7 +63,10 @@ bool RecordingStream::CancelToolCall(uint32_t index) {
     if (index >= toolCalls_.size() || !toolCalls_[index]) return false;
     call = toolCalls_[index];
   }
-  call->Cancel();
+  hostile::OnSdkThread([call] {
+    call->Cancel();
+    return Json();
+  });
   return true;
 }
 

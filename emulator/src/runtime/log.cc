@@ -8,6 +8,9 @@
 #include <string>
 #include <thread>
 
+#include "hostile/hostile.h"
+#include "scripted/faults.h"
+
 namespace quelt {
 namespace ombrix {
 
@@ -26,6 +29,8 @@ class Sink {
     current_.store(logger);
     const int closing = epoch_.load();
     epoch_.store(closing ^ 1);
+    // The contract does not promise the wait: hostile mode skips it.
+    if (emu::hostile::Roll(emu::hostile::Habit::kLoggerNoWait)) return;
     for (int spins = 0; readers_[closing].load() != 0; ++spins) {
       if (spins < 64) {
         std::this_thread::yield();
@@ -43,7 +48,10 @@ class Sink {
       std::atomic<int>& readers;
       ~Leave() { readers.fetch_sub(1); }
     } leave{readers_[epoch]};
-    return use(current_.load());
+    ILogger* logger = current_.load();
+    // Hostile mode widens the gap between reading the logger and using it.
+    if (logger && emu::hostile::Roll(emu::hostile::Habit::kLoggerNoWait)) emu::hostile::Pause(2);
+    return use(logger);
   }
 
  private:
@@ -73,7 +81,10 @@ Sink& TheSink() {
 
 namespace logger {
 
-void SetLogger(ILogger* logger) { TheSink().Set(logger); }
+void SetLogger(ILogger* logger) {
+  if (emu::ApplyFault("SetLogger")) return;  // "empty": the call is ignored
+  TheSink().Set(logger);
+}
 
 bool IsEnabled(LogLevel level) {
   return TheSink().With([level](ILogger* logger) { return logger && logger->IsEnabled(level); });

@@ -46,6 +46,11 @@ TaskPool& TaskPool::Blocking() {
   return *pool;
 }
 
+TaskPool& TaskPool::Hostile() {
+  static TaskPool* pool = new TaskPool(new State("ombrix-hostile", 8));
+  return *pool;
+}
+
 void TaskPool::Post(std::function<void()> task) {
   State* state = state_;
   Sleeper* sleeper = nullptr;

@@ -8,6 +8,9 @@
 // Blocking: where loopback work runs (a command that sleeps, a large copy).
 // It grows on demand up to a fixed size, so a few long operations cannot
 // stall quick ones for long.
+//
+// Hostile: where hostile mode delivers from (several at once, some after a
+// pause); idle unless that mode is on.
 #pragma once
 
 #include <functional>
@@ -21,6 +24,7 @@ class TaskPool {
   // Process-wide; never destroyed (their threads may outlive static destruction).
   static TaskPool& Quick();
   static TaskPool& Blocking();
+  static TaskPool& Hostile();
 
   void Post(std::function<void()> task);
 

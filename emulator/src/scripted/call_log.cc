@@ -1,5 +1,6 @@
 #include "scripted/call_log.h"
 
+#include "hostile/hostile.h"
 #include "runtime/log.h"
 #include "runtime/task_pool.h"
 #include "runtime/worker_thread.h"
@@ -29,7 +30,9 @@ uint64_t CallLog::Capture(const std::string& op, Json args, Completer complete) 
     }
   }
   if (autoRecord) {
-    TaskPool::Quick().Post([complete = std::move(complete), autoRecord] { complete(*autoRecord); });
+    // Hostile mode may complete it here, inside the caller's call.
+    std::function<void()> deliver = [complete = std::move(complete), autoRecord] { complete(*autoRecord); };
+    if (!hostile::Deliver(deliver, true)) TaskPool::Quick().Post(std::move(deliver));
   } else {
     EMU_LOG(LogLevel::kDebug, "scripted", "captured %s #%llu", op.c_str(),
             static_cast<unsigned long long>(id));
@@ -49,7 +52,8 @@ CallLog::Completer CallLog::Take(uint64_t id) {
 bool CallLog::Complete(uint64_t id, const Json& record) {
   Completer complete = Take(id);
   if (!complete) return false;
-  TaskPool::Quick().Post([complete = std::move(complete), record] { complete(record); });
+  std::function<void()> deliver = [complete = std::move(complete), record] { complete(record); };
+  if (!hostile::Deliver(deliver, true)) TaskPool::Quick().Post(std::move(deliver));
   return true;
 }
 

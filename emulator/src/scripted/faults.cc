@@ -5,6 +5,7 @@
 #include <mutex>
 #include <stdexcept>
 
+#include "hostile/hostile.h"
 #include "runtime/log.h"
 
 namespace quelt {
@@ -41,6 +42,7 @@ Fault TakeFault(const std::string& site) {
 bool ApplyFault(const std::string& site) {
   switch (TakeFault(site)) {
     case Fault::kNone:
+      hostile::MaybeThrow(site.c_str());  // every fault site may throw in hostile mode
       return false;
     case Fault::kEmpty:
       EMU_LOG(LogLevel::kWarning, "faults", "%s returns empty (injected)", site.c_str());

@@ -14,7 +14,8 @@ void InjectFault(const std::string& site, Fault fault);
 // Consumes and returns the fault queued for `site` (kNone when there is none).
 Fault TakeFault(const std::string& site);
 
-// Returns true when the caller should return empty; throws for kThrow.
+// Returns true when the caller should return empty; throws for kThrow, and
+// with hostile mode's throw habit.
 bool ApplyFault(const std::string& site);
 
 }  // namespace emu

@@ -5,9 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "hostile/hostile.h"
 #include "loopback/host_info.h"
 #include "loopback/identity.h"
 #include "ombrix_emu/control.h"
+#include "runtime/task_pool.h"
 #include "runtime/worker_thread.h"
 #include "tools/operation.h"
 
@@ -69,7 +71,7 @@ Json NoArgs() { return Json::MakeObject({}); }
 
 }  // namespace
 
-AccountTool::AccountTool(Mode mode) : mode_(mode), observer_(std::make_shared<Observer>()) {
+AccountTool::AccountTool(ToolContext context) : context_(std::move(context)), observer_(std::make_shared<Observer>()) {
   Registry& registry = TheRegistry();
   std::lock_guard<std::mutex> lock(registry.mutex);
   auto& observers = registry.observers;
@@ -84,13 +86,13 @@ AccountTool::~AccountTool() = default;
 template <class Field>
 void AccountTool::IdentityString(const char* op, SharedPtr<CallbackItf<const char*>> callback,
                                  Field field) {
-  Perform(mode_, op, NoArgs(), callback,
+  Perform(context_, op, NoArgs(), callback,
           [field](const loopback::CancelFlag&) { return Identity().*field; });
 }
 
 void AccountTool::Token(const char* op, bool mcp, SharedPtr<CallbackItf<const char*>> callback) {
   std::shared_ptr<Observer> observer = observer_;
-  Perform(mode_, op, NoArgs(), callback, [observer, mcp](const loopback::CancelFlag&) {
+  Perform(context_, op, NoArgs(), callback, [observer, mcp](const loopback::CancelFlag&) {
     std::string token = loopback::GenerateToken(mcp ? "mcp" : "at");
     observer->Notify(mcp, token);
     return token;
@@ -123,7 +125,7 @@ void AccountTool::GetLocalDeviceName(SharedPtr<CallbackItf<const char*>> callbac
 
 void AccountTool::GetRemoteDeviceList(
     SharedPtr<CallbackItf<SharedPtr<RemoteDeviceListItf>>> callback) {
-  Perform(mode_, "GetRemoteDeviceList", NoArgs(), callback, [](const loopback::CancelFlag&) {
+  Perform(context_, "GetRemoteDeviceList", NoArgs(), callback, [](const loopback::CancelFlag&) {
     loopback::LocalIdentity self = Identity();
     return std::vector<ombrix_records::RemoteDeviceData>{
         {self.deviceId, self.deviceName, self.deviceType, RemoteDeviceStatus::kOnline}};
@@ -131,9 +133,26 @@ void AccountTool::GetRemoteDeviceList(
 }
 
 void AccountTool::SetAccountObserver(WeakPtr<AccountObserverItf> observer) {
-  std::lock_guard<std::mutex> lock(observer_->mutex);
-  EMU_LOG(LogLevel::kDebug, "account", "observer set");
-  observer_->observer = std::move(observer);
+  SharedPtr<AccountObserverItf> replaced;
+  {
+    std::lock_guard<std::mutex> lock(observer_->mutex);
+    EMU_LOG(LogLevel::kDebug, "account", "observer set");
+    replaced = observer_->observer.lock();
+    observer_->observer = observer;
+  }
+  // A renewal that began before the replacement may still reach the replaced
+  // observer, from several threads at once.
+  if (replaced && replaced.get() != observer.lock().get() &&
+      hostile::Roll(hostile::Habit::kObserverRace)) {
+    for (int i = 0; i < 3; ++i) {
+      TaskPool::Hostile().Post([replaced, i] {
+        hostile::Pause(3);
+        std::string token = "at.replaced-" + std::to_string(i);
+        replaced->OnTokenUpdated(token.c_str());
+        replaced->OnMcpTokenUpdated(nullptr);
+      });
+    }
+  }
 }
 
 void EmitAccountTokenUpdated(bool mcp, const std::string& token) {

@@ -14,7 +14,7 @@ namespace emu {
 
 class AccountTool final : public AccountToolItf {
  public:
-  explicit AccountTool(Mode mode);
+  explicit AccountTool(ToolContext context);
   ~AccountTool() override;
 
   void GetAccountId(SharedPtr<CallbackItf<const char*>> callback) override;
@@ -36,7 +36,7 @@ class AccountTool final : public AccountToolItf {
   void IdentityString(const char* op, SharedPtr<CallbackItf<const char*>> callback, Field field);
   void Token(const char* op, bool mcp, SharedPtr<CallbackItf<const char*>> callback);
 
-  Mode mode_;
+  ToolContext context_;
   std::shared_ptr<Observer> observer_;
 };
 

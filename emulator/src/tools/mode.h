@@ -1,6 +1,8 @@
 // Whether an SDK object does real work on this machine or waits for a script.
 #pragma once
 
+#include <memory>
+
 namespace quelt {
 namespace ombrix {
 namespace emu {
@@ -11,6 +13,18 @@ enum class Mode { kLoopback, kScripted };
 Mode DefaultMode();
 void SetDefaultMode(Mode mode);
 const char* ModeName(Mode mode);
+
+// What a tool carries from the client that made it.
+struct ToolContext {
+  Mode mode = Mode::kLoopback;
+  std::weak_ptr<const void> client;  // empty for a tool no client made
+  bool hasClient = false;
+
+  ToolContext() = default;
+  ToolContext(Mode toolMode, std::weak_ptr<const void> owner)
+      : mode(toolMode), client(std::move(owner)), hasClient(true) {}
+  bool ClientGone() const { return hasClient && client.expired(); }
+};
 
 }  // namespace emu
 }  // namespace ombrix

@@ -22,7 +22,7 @@ void RemoteControlTool::Session(const char* op, const char* deviceId, RemoteCont
                                 SessionChange change) {
   std::string device = Str(deviceId);
   auto sessions = sessions_;
-  Perform(mode_, op,
+  Perform(context_, op,
           Json::MakeObject({{"deviceId", device}, {"uiType", static_cast<uint32_t>(uiType)}}),
           callback, [op, sessions, device, uiType, change](const loopback::CancelFlag&) {
             RemoteControlResult result = ((*sessions).*change)(device, uiType);
@@ -51,7 +51,7 @@ void RemoteControlTool::GetDeviceLockScreenStatus(
     const char* deviceId,
     SharedPtr<CallbackItf<const RemoteDeviceLockScreenStatusResult&>> callback) {
   std::string device = Str(deviceId);
-  Perform(mode_, "GetDeviceLockScreenStatus", Json::MakeObject({{"deviceId", device}}), callback,
+  Perform(context_, "GetDeviceLockScreenStatus", Json::MakeObject({{"deviceId", device}}), callback,
           [device](const loopback::CancelFlag&) {
             RemoteDeviceLockScreenStatusResult result;
             if (device.empty()) {

@@ -16,8 +16,8 @@ namespace emu {
 
 class RemoteControlTool final : public RemoteControlToolItf {
  public:
-  explicit RemoteControlTool(Mode mode)
-      : mode_(mode), sessions_(std::make_shared<loopback::ControlSessions>()) {}
+  explicit RemoteControlTool(ToolContext context)
+      : context_(std::move(context)), sessions_(std::make_shared<loopback::ControlSessions>()) {}
 
   void ConnectToDeviceWithUI(const char* deviceId, RemoteControlUIType uiType,
                              SharedPtr<CallbackItf<const RemoteControlResult&>> callback) override;
@@ -33,7 +33,7 @@ class RemoteControlTool final : public RemoteControlToolItf {
   void Session(const char* op, const char* deviceId, RemoteControlUIType uiType,
                SharedPtr<CallbackItf<const RemoteControlResult&>> callback, SessionChange change);
 
-  Mode mode_;
+  ToolContext context_;
   // Shared with work still running when the tool goes away.
   std::shared_ptr<loopback::ControlSessions> sessions_;
 };

@@ -10,7 +10,7 @@ namespace emu {
 
 class RemoteFileTool final : public RemoteFileToolItf {
  public:
-  explicit RemoteFileTool(Mode mode) : mode_(mode) {}
+  explicit RemoteFileTool(ToolContext context) : context_(std::move(context)) {}
 
   void ReadFile(const char* deviceId, const char* filePath, int32_t startLine, int32_t endLine,
                 SharedPtr<CallbackItf<const FileReadResult&>> callback) override;
@@ -30,7 +30,7 @@ class RemoteFileTool final : public RemoteFileToolItf {
       SharedPtr<CallbackItf<const DirListResult&>> callback) override;
 
  private:
-  Mode mode_;
+  ToolContext context_;
 };
 
 }  // namespace emu

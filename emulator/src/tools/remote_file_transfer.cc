@@ -110,7 +110,7 @@ void RemoteFileTransfer::Transfer(const char* op, const char* deviceId, const ch
   std::string source = download ? remote : local, destination = download ? local : remote;
   auto ticket = std::make_shared<TransferTicket>();
   Perform(
-      mode_, op,
+      context_, op,
       Json::MakeObject({{"deviceId", Str(deviceId)}, {"localPath", local}, {"remotePath", remote}}),
       callback, [op, ticket, source, destination](const loopback::CancelFlag&) {
         ProgressLog progress(std::string(op) + " " + source);
@@ -129,7 +129,8 @@ void RemoteFileTransfer::Transfer(const char* op, const char* deviceId, const ch
                 static_cast<unsigned long long>(status.fileSize),
                 static_cast<unsigned long long>(status.transferTime));
         return status;
-      });
+      },
+      Work::kLong);
 }
 
 void RemoteFileTransfer::DownloadFile(const char* deviceId, const char* localPath,

@@ -11,7 +11,7 @@ namespace emu {
 
 class RemoteFileTransfer final : public RemoteFileTransferItf {
  public:
-  explicit RemoteFileTransfer(Mode mode) : mode_(mode) {}
+  explicit RemoteFileTransfer(ToolContext context) : context_(std::move(context)) {}
 
   void DownloadFile(const char* deviceId, const char* localPath, const char* remotePath,
                     SharedPtr<CallbackItf<const FileTransferStatus&>> callback) override;
@@ -22,7 +22,7 @@ class RemoteFileTransfer final : public RemoteFileTransferItf {
   void Transfer(const char* op, const char* deviceId, const char* localPath, const char* remotePath,
                 bool download, SharedPtr<CallbackItf<const FileTransferStatus&>> callback);
 
-  Mode mode_;
+  ToolContext context_;
 };
 
 }  // namespace emu

@@ -10,13 +10,13 @@ namespace emu {
 
 class RemoteShellTool final : public RemoteShellToolItf {
  public:
-  explicit RemoteShellTool(Mode mode) : mode_(mode) {}
+  explicit RemoteShellTool(ToolContext context) : context_(std::move(context)) {}
   SharedPtr<OperationHandleItf> ExecuteShell(
       const char* deviceId, const char* command, const char* workingDir,
       SharedPtr<CallbackItf<const ShellExecResult&>> callback) override;
 
  private:
-  Mode mode_;
+  ToolContext context_;
 };
 
 }  // namespace emu

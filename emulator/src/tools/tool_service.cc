@@ -91,7 +91,7 @@ ToolServiceResult RunTool(const std::string& name, const std::string& arguments,
 }  // namespace
 
 void ToolService::ListTools(SharedPtr<CallbackItf<const ToolServiceResult&>> callback) {
-  Perform(mode_, "ListTools", Json::MakeObject({{"service", name_}}), callback,
+  Perform(context_, "ListTools", Json::MakeObject({{"service", name_}}), callback,
           [](const loopback::CancelFlag&) { return Success(ToolList()); });
 }
 
@@ -99,10 +99,11 @@ SharedPtr<OperationHandleItf> ToolService::CallTool(
     const char* toolName, const char* arguments,
     SharedPtr<CallbackItf<const ToolServiceResult&>> callback) {
   std::string name = Str(toolName), args = Str(arguments);
-  return Perform(mode_, "CallTool",
+  return Perform(context_, "CallTool",
                  Json::MakeObject({{"service", name_}, {"toolName", name}, {"arguments", args}}),
                  callback,
-                 [=](const loopback::CancelFlag& cancel) { return RunTool(name, args, cancel); });
+                 [=](const loopback::CancelFlag& cancel) { return RunTool(name, args, cancel); },
+                 Work::kLong);
 }
 
 }  // namespace emu

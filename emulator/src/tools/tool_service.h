@@ -13,7 +13,8 @@ namespace emu {
 
 class ToolService final : public ToolServiceItf {
  public:
-  ToolService(Mode mode, std::string name) : mode_(mode), name_(std::move(name)) {}
+  ToolService(ToolContext context, std::string name)
+      : context_(std::move(context)), name_(std::move(name)) {}
 
   void ListTools(SharedPtr<CallbackItf<const ToolServiceResult&>> callback) override;
   SharedPtr<OperationHandleItf> CallTool(
@@ -21,7 +22,7 @@ class ToolService final : public ToolServiceItf {
       SharedPtr<CallbackItf<const ToolServiceResult&>> callback) override;
 
  private:
-  Mode mode_;
+  ToolContext context_;
   std::string name_;
 };
 
