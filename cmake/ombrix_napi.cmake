@@ -25,8 +25,12 @@ target_include_directories(ombrix_napi SYSTEM INTERFACE
 # A JS exception raised while a worker is being terminated cannot be thrown;
 # without SWALLOW, node-addon-api turns that into a C++ exception escaping a
 # thread-safe function's call-back, which ends the whole process.
+# With CPP_EXCEPTIONS_ALL any C++ exception escaping a native function (the
+# SDK may throw from whatever the module calls) becomes a JavaScript error
+# instead of ending the process in std::terminate.
 target_compile_definitions(ombrix_napi INTERFACE
-  NAPI_VERSION=8 NAPI_CPP_EXCEPTIONS NODE_API_SWALLOW_UNTHROWABLE_EXCEPTIONS
+  NAPI_VERSION=8 NAPI_CPP_EXCEPTIONS NODE_ADDON_API_CPP_EXCEPTIONS_ALL
+  NODE_API_SWALLOW_UNTHROWABLE_EXCEPTIONS
   NODE_ADDON_API_DISABLE_DEPRECATED BUILDING_NODE_EXTENSION)
 if(APPLE)
   target_link_options(ombrix_napi INTERFACE -undefined dynamic_lookup)

@@ -183,6 +183,31 @@ test('stream functions refuse a receiver without their stream', async () => {
   assert.throws(() => detached({}), { name: 'TypeError', message: 'Illegal invocation' });
   assert.throws(() => stream.onEnd.call({ __stream_ptr__: {} }), TypeError);
   assert.equal(stream.onChunk(), undefined);  // a missing argument is ignored
+  stream = null;  // the manager outlives the test: its session must not keep the SDK's stream
+});
+
+test('a stream or requester operation the SDK throws from is an Error to its caller', async () => {
+  const caught = [];
+  manager.createSession = async () => ({ code: 0, session: { async sendChat(content, stream, confirm) {
+    for (const [site, call] of [['OnChunk', () => stream.onChunk({ content: 'lost' })],
+      ['OnEnd', () => stream.onEnd()], ['RequestConfirm', () => confirm.reqConfirm(0, 'title', 'text')]]) {
+      emu.injectFault(site, 'throw');
+      try {
+        call();
+        caught.push('no error');
+      } catch (error) {
+        caught.push(`${error.code} ${error.message}`);
+      }
+    }
+    stream.onChunk({ content: 'kept' });
+    return { code: 0 };
+  } } });
+  const { session } = await emu.chat.createSession(0);
+  const sent = emu.chat.sendChat(session.id, 'hi');
+  assert.equal((await sent.done).code, 0);
+  assert.deepEqual(caught, ['ERR_OMBRIX_SDK_FAILURE OnChunk: injected failure',
+    'ERR_OMBRIX_SDK_FAILURE OnEnd: injected failure', 'ERR_OMBRIX_SDK_FAILURE RequestConfirm: injected failure']);
+  assert.deepEqual(emu.chat.streamEvents(sent.stream).map((event) => event.content), ['kept']);
 });
 
 // OMBRIX_STORM_CALLS shortens it for slow runs (Wine's heap checks).

@@ -114,6 +114,27 @@ test('the Fernwick workspace settles once: a path, not available, or aborted', a
     'Error: Fernwick workspace not available', 'Fernwick workspace request aborted']);
 });
 
+test('an SDK that throws from getFernwickWorkspace: one synchronous Error and no unhandled rejection', async () => {
+  const { code, stdout, stderr } = await runNode(`
+    const ombrix = require('.');
+    const emu = require('./emulator/js');
+    process.on('unhandledRejection', (reason) => console.log('unhandled:', reason.message));
+    emu.setMode('scripted');
+    const client = ombrix.createOmbrixClient({ serverName: 'throws' });
+    emu.injectFault('GetFernwickWorkspace', 'throw');
+    try {
+      client.getFernwickWorkspace();
+      console.log('no error');
+    } catch (e) {
+      console.log(e.code, e.message);
+    }
+    global.gc();
+    setTimeout(() => { client.close(); console.log('end'); }, 100);`, { args: ['--expose-gc'] });
+  assert.equal(code, 0, stderr);
+  assert.deepEqual(stdout.trim().split('\n'),
+    ['ERR_OMBRIX_SDK_FAILURE GetFernwickWorkspace: injected failure', 'end']);
+});
+
 test('close() releases the client: the process ends by itself, its methods refuse, its tools still answer', async () => {
   const source = `
     const ombrix = require('.');

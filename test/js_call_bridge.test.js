@@ -150,6 +150,24 @@ test('an answer that cannot be read is still one answer, code 8 "Unknown error",
   }
 });
 
+test('an SDK result callback that throws is logged through the SDK logger, and goes no further', async (t) => {
+  const lines = [];
+  ombrix.setLogger((context, message) => lines.push(`${context.module}: ${message}`), ombrix.LogLevel.ERROR);
+  t.after(() => ombrix.setLogger(null));
+  for (const [setTitle, expected] of [[async () => ({ code: 0 }), [0, null]],
+    [async () => { throw new Error('refused'); }, [8, 'refused']], [undefined, [8, 'setTitle is not a function']]]) {
+    makeSession = () => ({ setTitle });
+    const { session } = await emu.chat.createSession(0);
+    emu.injectFault('DriveCallback', 'throw');
+    const report = await emu.chat.setTitle(session.id, 'title');
+    assert.deepEqual([report.code, report.errorMessage, report.calls], [...expected, 1]);
+  }
+  const threw = "JSCallBridge: setTitle: the SDK's result callback threw: DriveCallback: injected failure";
+  const logged = () => lines.filter((line) => line.startsWith('JSCallBridge'));
+  await waitFor(() => logged().length === 3, { what: 'three logged failures' });
+  assert.deepEqual(logged(), [threw, threw, threw]);
+});
+
 test('a request that comes without a callback still runs its JavaScript method', async () => {
   const languages = [];
   client = ombrix.createOmbrixClient({ serverName: 'no-callback' }, {

@@ -3,7 +3,7 @@ const test = require('node:test');
 const assert = require('node:assert/strict');
 
 const ombrix = require('..');
-const { waitFor, runNode, emu, scripted } = require('./helpers');
+const { waitFor, runNode, nodeEnv, emu, scripted } = require('./helpers');
 
 // Installs a collecting logger; the caller must clear it (an installed logger
 // keeps the process alive).
@@ -97,7 +97,8 @@ test('replacing the logger sends later lines to the new callback only', { skip: 
   assert.equal(first.filter((l) => l.message === 'to second').length, 0);
 });
 
-test('swapping the logger under eight logging threads neither crashes nor hangs', { skip: scripted }, async () => {
+// The SDK's SetLogger need not wait for threads inside the logger it replaces.
+test('swapping the logger under eight logging threads neither crashes nor hangs, though SetLogger does not wait', { skip: scripted }, async () => {
   const result = await runNode(`
     const ombrix = require('.');
     const emu = require('./emulator/js');
@@ -113,11 +114,28 @@ test('swapping the logger under eight logging threads neither crashes nor hangs'
       const written = await emu.stopLogStorm();
       console.log(JSON.stringify({ written, delivered }));
     }, 5);
-  `, { timeoutMs: 60000 });
+  `, { timeoutMs: 60000, env: { ...nodeEnv(), OMBRIX_HOSTILE: '1', OMBRIX_HOSTILE_HABITS: 'loggerNoWait' } });
   assert.equal(result.code, 0, result.stderr);
   const { written, delivered } = JSON.parse(result.stdout);
   assert.ok(written > 0);
   assert.ok(delivered > 0 && delivered <= written, `${delivered} of ${written}`);
+});
+
+test('what the SDK reports enabled follows setLogger; an SDK SetLogger that throws is an Error', { skip: scripted }, (t) => {
+  t.after(() => ombrix.setLogger(null));
+  ombrix.setLogger(() => {}, ombrix.LogLevel.WARNING);
+  assert.deepEqual([2, 3, 5].map(emu.loggerEnabled), [false, true, true]);
+  emu.injectFault('SetLogger', 'throw');
+  assert.throws(() => ombrix.setLogger(() => {}, 0),
+    { code: 'ERR_OMBRIX_SDK_FAILURE', message: 'Failed to set logger: SetLogger: injected failure' });
+  assert.equal(emu.loggerEnabled(5), false, 'the logger the SDK still holds is silent');
+  ombrix.setLogger(() => {}, 0);
+  assert.equal(emu.loggerEnabled(0), true);
+  emu.injectFault('SetLogger', 'throw');
+  assert.throws(() => ombrix.setLogger(null), { message: 'Failed to clear logger: SetLogger: injected failure' });
+  assert.equal(emu.loggerEnabled(0), true, 'still installed');
+  ombrix.setLogger(null);
+  assert.equal(emu.loggerEnabled(5), false);
 });
 
 test('loopback: what the SDK logs while it works reaches the logger, at or above its level', async (t) => {

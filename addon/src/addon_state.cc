@@ -1,5 +1,7 @@
 #include "addon_state.h"
 
+#include <exception>
+
 #include "errors.h"
 
 namespace ombrix_addon {
@@ -32,7 +34,20 @@ Napi::Function AddonState::SharedFunction(Napi::Env env, const std::string& name
                                           Napi::Function::Callback callback) {
   auto found = functions_.find(name);
   if (found != functions_.end()) return found->second.Value();
-  Napi::Function function = Napi::Function::New(env, callback, name);
+  // These functions call the SDK (a stream's or a requester's operations),
+  // which may throw: its exception becomes a JavaScript one.
+  Napi::Function function = Napi::Function::New(
+      env,
+      [callback](const Napi::CallbackInfo& info) -> Napi::Value {
+        try {
+          return callback(info);
+        } catch (const Napi::Error&) {
+          throw;
+        } catch (const std::exception& e) {
+          throw CodedError(info.Env(), code::kSdkFailure, e.what());
+        }
+      },
+      name);
   functions_[name] = Napi::Persistent(function);
   return function;
 }

@@ -4,6 +4,7 @@
 
 #include "audit_session_wrap.h"
 #include "js_outcome.h"
+#include "module_log.h"
 #include "ombrix_addon/records.h"
 
 namespace ombrix_addon {
@@ -13,10 +14,7 @@ using namespace quelt::ombrix;
 const BridgeRules kAuditRules{true, false, nullptr, AuditWarn};
 
 void AuditLog(LogLevel level, const char* function, int32_t line, const std::string& message) {
-  if (!logger::IsEnabled(level)) return;
-  logger::LogSafe(
-      LogContext{level, "JSAuditWrap", "addon/src/audit_session_manager_wrap", line, function},
-      message.c_str());
+  ModuleLog(level, "JSAuditWrap", "addon/src/audit_session_manager_wrap", line, function, message);
 }
 
 void AuditWarn(const std::string& message) {

@@ -304,8 +304,13 @@ Napi::Value OmbrixClient::GetFernwickWorkspace(const Napi::CallbackInfo& info) {
                                                     "Fernwick workspace request aborted")
                                              .Value());
                                    });
-  client_->GetFernwickWorkspace(
-      SharedPtr<CallbackItf<const char*>>(new WorkspaceCallback(request, channel)));
+  try {
+    client_->GetFernwickWorkspace(
+        SharedPtr<CallbackItf<const char*>>(new WorkspaceCallback(request, channel)));
+  } catch (...) {
+    request->settled = true;  // the caller sees the throw; nobody holds this Promise
+    throw;
+  }
   return request->deferred.Promise();
 }
 

@@ -4,6 +4,7 @@
 
 #include "addon_state.h"
 #include "errors.h"
+#include "module_log.h"
 
 namespace ombrix_addon {
 
@@ -42,6 +43,11 @@ std::string ReasonMessage(Napi::Value reason) {
   } catch (const Napi::Error&) {  // a throwing getter or Proxy trap; its exception is cleared
   }
   return "Unknown error";
+}
+
+void ReportSdkCallbackThrew(const std::string& method, const char* what) {
+  ModuleLog(sdk::LogLevel::kError, "JSCallBridge", "addon/src/js_call_bridge", __LINE__, "Deliver",
+            method + ": the SDK's result callback threw: " + what);
 }
 
 uint32_t RequireNumber(Napi::Value value) {

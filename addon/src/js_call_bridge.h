@@ -14,6 +14,7 @@
 // `abandonedMessage`, delivered when an unanswered call is released.
 #pragma once
 
+#include <exception>
 #include <functional>
 #include <memory>
 #include <string>
@@ -82,6 +83,20 @@ struct ConversionFailure {
 // The value of a key read without a type test, as a number.
 uint32_t RequireNumber(Napi::Value value);
 
+// Runs the SDK's callback. What it throws is the SDK's failure, not the
+// application's: it is logged through the SDK logger and goes no further.
+void ReportSdkCallbackThrew(const std::string& method, const char* what);
+template <class Invoke>
+void GuardSdkCallback(const std::string& method, Invoke&& invoke) {
+  try {
+    invoke();
+  } catch (const std::exception& e) {
+    ReportSdkCallbackThrew(method, e.what());
+  } catch (...) {
+    ReportSdkCallbackThrew(method, "an exception that is not a std::exception");
+  }
+}
+
 class PendingJsCallBase : public std::enable_shared_from_this<PendingJsCallBase> {
  public:
   virtual ~PendingJsCallBase() = default;
@@ -132,7 +147,7 @@ class PendingJsCall final : public PendingJsCallBase {
     Record record = outcome.extras;
     record.code = outcome.code;
     record.errorMessage = outcome.message.empty() ? nullptr : outcome.message.c_str();
-    callback->OnResult(record);
+    GuardSdkCallback(method_, [&] { callback->OnResult(record); });
   }
 
  private:

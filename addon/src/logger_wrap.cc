@@ -1,6 +1,9 @@
 #include "logger_wrap.h"
 
+#include <algorithm>
+#include <chrono>
 #include <string>
+#include <vector>
 
 #include "errors.h"
 
@@ -42,11 +45,43 @@ class LogLine final : public JsTask {
   int32_t line_;
 };
 
-// The process has one SDK log sink, hence one owner. Never destroyed: SDK
-// threads may still log while the process exits.
+// The process has one SDK log sink, hence one owner, and the loggers it
+// retired. Never destroyed: SDK threads may still log while the process exits.
 struct LoggerSlot {
+  struct Retired {
+    std::unique_ptr<JSLogger> logger;
+    uint64_t installs;  // SetLogger calls that had succeeded when it was retired
+    std::chrono::steady_clock::time_point since;
+  };
+
+  // Under `mutex`. A retired logger may be in use until the SDK has been
+  // given another one, and for as long as a thread is inside it; the grace
+  // period covers a thread that read the SDK's pointer and has not entered
+  // the logger yet.
+  void Retire(std::unique_ptr<JSLogger> logger) {
+    if (!logger) return;
+    logger->Retire();
+    retired.push_back(Retired{std::move(logger), installs, std::chrono::steady_clock::now()});
+  }
+  void Install(JSLogger* logger) {
+    logger::SetLogger(logger);
+    ++installs;
+  }
+  void Sweep() {
+    const auto now = std::chrono::steady_clock::now();
+    retired.erase(std::remove_if(retired.begin(), retired.end(),
+                                 [&](const Retired& entry) {
+                                   return entry.installs < installs && now - entry.since >= kGrace &&
+                                          entry.logger->Idle();
+                                 }),
+                  retired.end());
+  }
+
+  static constexpr std::chrono::seconds kGrace{1};
   std::mutex mutex;
   std::unique_ptr<JSLogger> current;
+  std::vector<Retired> retired;
+  uint64_t installs = 0;
 };
 
 LoggerSlot& Slot() {
@@ -61,24 +96,37 @@ const char* LogLevelName(int32_t level) {
   return level >= 0 && level <= 5 ? kNames[level] : "UNKNOWN";
 }
 
+class JSLogger::Inside {
+ public:
+  explicit Inside(std::atomic<int>& active) : active_(active) { active_.fetch_add(1); }
+  ~Inside() { active_.fetch_sub(1); }
+  Inside(const Inside&) = delete;
+  Inside& operator=(const Inside&) = delete;
+
+ private:
+  std::atomic<int>& active_;
+};
+
 JSLogger::JSLogger(Napi::Env env, Napi::Function callback)
     : channel_(JsChannel::Create(env, "Ombrix Logger", callback)) {}
 
-JSLogger::~JSLogger() {
-  // The SDK may be inside Log on another thread right now. Detaching first
-  // makes SetLogger wait for it, so nothing calls into this object once its
-  // members start going away; the replacement is installed right after.
-  logger::SetLogger(nullptr);
-  channel_->Release();  // lines already queued still reach the old callback
+JSLogger::~JSLogger() { Retire(); }
+
+void JSLogger::Retire() {
+  retired_.store(true);
+  channel_->Release();  // only the first release acts
 }
 
 void JSLogger::Log(const LogContext& context, const char* message) {
+  Inside inside(active_);
   if (!IsEnabled(context.level)) return;
   // Never wait on a logging thread: a line that cannot be queued is lost.
   channel_->Post(std::make_unique<LogLine>(context, message), JsChannel::Mode::kNonBlocking);
 }
 
 bool JSLogger::IsEnabled(LogLevel level) {
+  Inside inside(active_);
+  if (retired_.load()) return false;
   std::lock_guard<std::mutex> lock(mutex_);
   return static_cast<int32_t>(level) >= minLevel_;
 }
@@ -95,8 +143,9 @@ Napi::Value SetLogger(const Napi::CallbackInfo& info) {
   if (info.Length() == 0 || info[0].IsNull() || info[0].IsUndefined()) {
     try {
       std::lock_guard<std::mutex> lock(slot.mutex);
-      logger::SetLogger(nullptr);
-      slot.current.reset();
+      slot.Install(nullptr);
+      slot.Retire(std::move(slot.current));
+      slot.Sweep();
     } catch (const std::exception& e) {
       throw CodedError(env, code::kSdkFailure, std::string("Failed to clear logger: ") + e.what());
     }
@@ -116,9 +165,11 @@ Napi::Value SetLogger(const Napi::CallbackInfo& info) {
   try {
     std::lock_guard<std::mutex> lock(slot.mutex);
     auto fresh = std::make_unique<JSLogger>(env, info[0].As<Napi::Function>());
-    slot.current = std::move(fresh);  // the previous logger is destroyed here
+    slot.Retire(std::move(slot.current));  // the previous logger goes silent here
+    slot.current = std::move(fresh);
     slot.current->SetMinLevel(level);
-    logger::SetLogger(slot.current.get());
+    slot.Install(slot.current.get());
+    slot.Sweep();
   } catch (const std::exception& e) {
     throw CodedError(env, code::kSdkFailure, std::string("Failed to set logger: ") + e.what());
   }

@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "ombrix/logger.h"
+#include "module_log.h"
 
 namespace ombrix_addon {
 
@@ -24,14 +24,10 @@ bool OwnedByThisUser(int fd, const std::string& objectName) {
   struct stat status;
   if (fstat(fd, &status) != 0) return false;
   if (status.st_uid == geteuid()) return true;
-  using namespace quelt::ombrix;
-  if (logger::IsEnabled(LogLevel::kWarning)) {
-    const std::string message = "ShmRegion: \"" + objectName + "\" belongs to another user (uid " +
-                                std::to_string(status.st_uid) + "): refused";
-    logger::LogSafe(LogContext{LogLevel::kWarning, "ShmRegion", "addon/src/platform/posix/shm_name",
-                               __LINE__, "OwnedByThisUser"},
-                    message.c_str());
-  }
+  ModuleLog(quelt::ombrix::LogLevel::kWarning, "ShmRegion", "addon/src/platform/posix/shm_name",
+            __LINE__, "OwnedByThisUser",
+            "ShmRegion: \"" + objectName + "\" belongs to another user (uid " +
+                std::to_string(status.st_uid) + "): refused");
   return false;
 }
 
