@@ -2,9 +2,13 @@
 'use strict';
 // Runs every suite of one build variant: the node:test suites, then the native
 // (ctest) suites, and prints both summaries.
-//   node scripts/test.js [release|asan|tsan] [test files...]
+//   node scripts/test.js [release|asan|tsan] [--hostile [--seed N]] [test files...]
 // Sanitizer variants are (re)built first; node then runs with the compiler's
 // sanitizer runtime preloaded, since node itself is not instrumented.
+// --hostile runs the node:test suites against the SDK's hostile mode, from
+// the seed given (or OMBRIX_HOSTILE_SEED, or a random one), which it prints;
+// test/hostile/guard.js then checks each suite's process at its end.
+const crypto = require('crypto');
 const { spawnSync, execFileSync } = require('child_process');
 const fs = require('fs');
 const path = require('path');
@@ -12,6 +16,21 @@ const { build, VARIANTS, root } = require('./build');
 
 const args = process.argv.slice(2);
 const variant = args[0] && VARIANTS[args[0]] ? args.shift() : (process.env.OMBRIX_BUILD || 'release');
+const hostile = takeFlag('--hostile');
+const seed = takeOption('--seed') || process.env.OMBRIX_HOSTILE_SEED || crypto.randomBytes(8).readBigUInt64BE().toString();
+// Long enough for a loaded sanitizer run; a suite that hangs fails instead of holding CI.
+const hostileTimeoutMs = 30 * 60 * 1000;
+
+function takeFlag(name) {
+  const index = args.indexOf(name);
+  if (index >= 0) args.splice(index, 1);
+  return index >= 0;
+}
+
+function takeOption(name) {
+  const index = args.indexOf(name);
+  return index >= 0 ? args.splice(index, 2)[1] : undefined;
+}
 
 function findTests(dir) {
   if (!fs.existsSync(dir)) return [];
@@ -58,12 +77,19 @@ function main() {
     console.log(`\n${vendor.reason}\nSkipped: ${skipped.map((f) => path.basename(f)).join(', ')}`);
   }
 
-  console.log(`\n=== node:test suites (${variant}) ===`);
-  const node = spawnSync(process.execPath,
-    ['--expose-gc', '--test', '--test-reporter=spec', ...files], { stdio: 'inherit', env, cwd: root });
-  results.push(['node:test', node.status === 0]);
+  const nodeArgs = ['--expose-gc'];
+  if (hostile) {
+    env.OMBRIX_HOSTILE = seed;
+    nodeArgs.push('--require', path.join(root, 'test', 'hostile', 'guard.js'));
+    console.log(`\nHostile SDK, seed ${seed} (repeat: OMBRIX_HOSTILE_SEED=${seed} npm run test:hostile)`);
+  }
+  console.log(`\n=== node:test suites (${variant}${hostile ? ', hostile' : ''}) ===`);
+  const node = spawnSync(process.execPath, [...nodeArgs, '--test', '--test-reporter=spec', ...files],
+    { stdio: 'inherit', env, cwd: root, timeout: hostile ? hostileTimeoutMs : undefined });
+  if (node.error) console.log(`node:test did not finish: ${node.error.message}`);
+  results.push([hostile ? `node:test (hostile, seed ${seed})` : 'node:test', node.status === 0]);
 
-  if (!args.length) {
+  if (!args.length && !hostile) {
     console.log(`\n=== native suites (${variant}) ===`);
     const nativeEnv = { ...env };
     delete nativeEnv.LD_PRELOAD;  // native test binaries link their runtime

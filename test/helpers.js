@@ -9,7 +9,7 @@ const root = path.resolve(__dirname, '..');
 async function waitFor(predicate, { timeoutMs = 10000, what = 'condition' } = {}) {
   const deadline = Date.now() + timeoutMs;
   while (!predicate()) {
-    if (Date.now() > deadline) throw new Error(`timed out waiting for ${what}`);
+    if (Date.now() > deadline) throw new Error(`timed out waiting for ${typeof what === "function" ? what() : what}`);
     await new Promise((resolve) => setTimeout(resolve, 1));
   }
 }
@@ -56,6 +56,14 @@ function controlSurface() {
 const emu = controlSurface();
 const scripted = emu ? false : 'drives the substitute SDK through its control surface, which a vendor-SDK build has not';
 const substitute = emu ? false : 'checks how the substitute SDK itself works';
+
+/**
+ * The `skip` option of a test that cannot run against the hostile SDK
+ * (npm run test:hostile): false, or the reason under it.
+ */
+function hostileOptOut(reason) {
+  return process.env.OMBRIX_HOSTILE ? `the hostile SDK ${reason}` : false;
+}
 
 /** Lets queued thread-safe-function deliveries run. */
 function settle(ms = 20) {
@@ -168,5 +176,5 @@ async function lineChild(t, program, args = []) {
 
 module.exports = {
   root, waitFor, runNode, nodeEnv, emu, scripted, substitute, settle, rejection, collectAfterAll, clientIn,
-  unansweredDrive, scratchDir, lineChild,
+  unansweredDrive, scratchDir, lineChild, hostileOptOut,
 };

@@ -21,7 +21,7 @@ async function countsSettle(names, baseline) {
     global.gc();
     const live = emu.liveObjects();
     return names.every((name) => live[name] === baseline[name]);
-  }, { what: `live ${names.join(', ')} back to ${JSON.stringify(baseline)}`, timeoutMs: 30000 });
+  }, { what: () => `live ${JSON.stringify(emu.liveObjects())} ${names.join(', ')} back to ${JSON.stringify(baseline)}`, timeoutMs: 30000 });
 }
 
 test('10,000 aborts racing SDK completions: every Promise settles once, nothing left alive', async () => {
@@ -46,6 +46,8 @@ test('10,000 aborts racing SDK completions: every Promise settles once, nothing 
 
 test(`${cycles} workers with JS services and calls in flight, terminated mid-flight`, async () => {
   emu.setMode('scripted');
+  client = null;  // the first test's: gone before the baseline, whenever its finalizer runs
+  await countsSettle(['OmbrixClient'], { OmbrixClient: 0 });
   const baseline = emu.liveObjects();
   const source = `
     const { parentPort } = require('worker_threads');

@@ -6,7 +6,9 @@
 #include <new>
 #include <utility>
 
+#include "hostile/hostile.h"
 #include "runtime/control_block.h"
+#include "tools/mode.h"
 
 namespace quelt {
 namespace ombrix {
@@ -156,6 +158,11 @@ template <class T>
 SharedPtr<T> WeakPtr<T>::lock() const noexcept {
   SharedPtr<T> result;
   if (!control_ || detail::TakeLockFailure(detail::TypeIdOf<T>::value)) return result;
+  // Hostile: an SDK that tore a tool down with its client.
+  if (emu::hostile::Enabled() && emu::ToolClientGone(object_) &&
+      emu::hostile::Roll(emu::hostile::Habit::kClientGone)) {
+    return result;
+  }
   if (detail::TryAddStrong(control_)) {
     result.object_ = object_;
     result.control_ = control_;

@@ -71,7 +71,10 @@ Json NoArgs() { return Json::MakeObject({}); }
 
 }  // namespace
 
-AccountTool::AccountTool(ToolContext context) : context_(std::move(context)), observer_(std::make_shared<Observer>()) {
+AccountTool::AccountTool(ToolContext context)
+    : context_(std::move(context)),
+      registration_(static_cast<AccountToolItf*>(this), context_),
+      observer_(std::make_shared<Observer>()) {
   Registry& registry = TheRegistry();
   std::lock_guard<std::mutex> lock(registry.mutex);
   auto& observers = registry.observers;

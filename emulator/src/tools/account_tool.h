@@ -37,6 +37,7 @@ class AccountTool final : public AccountToolItf {
   void Token(const char* op, bool mcp, SharedPtr<CallbackItf<const char*>> callback);
 
   ToolContext context_;
+  ToolRegistration registration_;
   std::shared_ptr<Observer> observer_;
 };
 

@@ -26,6 +26,22 @@ struct ToolContext {
   bool ClientGone() const { return hasClient && client.expired(); }
 };
 
+// Each tool object is listed under the interface pointer the SDK's pointers
+// hold, so that hostile mode can fail a weak lock of a tool whose client is
+// gone, as an SDK that tears its tools down with their client would.
+class ToolRegistration {
+ public:
+  ToolRegistration(const void* tool, const ToolContext& context);
+  ~ToolRegistration();
+  ToolRegistration(const ToolRegistration&) = delete;
+  ToolRegistration& operator=(const ToolRegistration&) = delete;
+
+ private:
+  const void* tool_;
+};
+// True for a listed tool whose client is gone.
+bool ToolClientGone(const void* tool) noexcept;
+
 }  // namespace emu
 }  // namespace ombrix
 }  // namespace quelt

@@ -17,7 +17,9 @@ namespace emu {
 class RemoteControlTool final : public RemoteControlToolItf {
  public:
   explicit RemoteControlTool(ToolContext context)
-      : context_(std::move(context)), sessions_(std::make_shared<loopback::ControlSessions>()) {}
+      : context_(std::move(context)),
+        registration_(static_cast<RemoteControlToolItf*>(this), context_),
+        sessions_(std::make_shared<loopback::ControlSessions>()) {}
 
   void ConnectToDeviceWithUI(const char* deviceId, RemoteControlUIType uiType,
                              SharedPtr<CallbackItf<const RemoteControlResult&>> callback) override;
@@ -34,6 +36,7 @@ class RemoteControlTool final : public RemoteControlToolItf {
                SharedPtr<CallbackItf<const RemoteControlResult&>> callback, SessionChange change);
 
   ToolContext context_;
+  ToolRegistration registration_;
   // Shared with work still running when the tool goes away.
   std::shared_ptr<loopback::ControlSessions> sessions_;
 };

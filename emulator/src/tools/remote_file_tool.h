@@ -10,7 +10,8 @@ namespace emu {
 
 class RemoteFileTool final : public RemoteFileToolItf {
  public:
-  explicit RemoteFileTool(ToolContext context) : context_(std::move(context)) {}
+  explicit RemoteFileTool(ToolContext context)
+      : context_(std::move(context)), registration_(static_cast<RemoteFileToolItf*>(this), context_) {}
 
   void ReadFile(const char* deviceId, const char* filePath, int32_t startLine, int32_t endLine,
                 SharedPtr<CallbackItf<const FileReadResult&>> callback) override;
@@ -31,6 +32,7 @@ class RemoteFileTool final : public RemoteFileToolItf {
 
  private:
   ToolContext context_;
+  ToolRegistration registration_;
 };
 
 }  // namespace emu

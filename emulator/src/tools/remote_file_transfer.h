@@ -11,7 +11,9 @@ namespace emu {
 
 class RemoteFileTransfer final : public RemoteFileTransferItf {
  public:
-  explicit RemoteFileTransfer(ToolContext context) : context_(std::move(context)) {}
+  explicit RemoteFileTransfer(ToolContext context)
+      : context_(std::move(context)),
+        registration_(static_cast<RemoteFileTransferItf*>(this), context_) {}
 
   void DownloadFile(const char* deviceId, const char* localPath, const char* remotePath,
                     SharedPtr<CallbackItf<const FileTransferStatus&>> callback) override;
@@ -23,6 +25,7 @@ class RemoteFileTransfer final : public RemoteFileTransferItf {
                 bool download, SharedPtr<CallbackItf<const FileTransferStatus&>> callback);
 
   ToolContext context_;
+  ToolRegistration registration_;
 };
 
 }  // namespace emu

@@ -10,13 +10,15 @@ namespace emu {
 
 class RemoteShellTool final : public RemoteShellToolItf {
  public:
-  explicit RemoteShellTool(ToolContext context) : context_(std::move(context)) {}
+  explicit RemoteShellTool(ToolContext context)
+      : context_(std::move(context)), registration_(static_cast<RemoteShellToolItf*>(this), context_) {}
   SharedPtr<OperationHandleItf> ExecuteShell(
       const char* deviceId, const char* command, const char* workingDir,
       SharedPtr<CallbackItf<const ShellExecResult&>> callback) override;
 
  private:
   ToolContext context_;
+  ToolRegistration registration_;
 };
 
 }  // namespace emu

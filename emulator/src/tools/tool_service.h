@@ -14,7 +14,9 @@ namespace emu {
 class ToolService final : public ToolServiceItf {
  public:
   ToolService(ToolContext context, std::string name)
-      : context_(std::move(context)), name_(std::move(name)) {}
+      : context_(std::move(context)),
+        registration_(static_cast<ToolServiceItf*>(this), context_),
+        name_(std::move(name)) {}
 
   void ListTools(SharedPtr<CallbackItf<const ToolServiceResult&>> callback) override;
   SharedPtr<OperationHandleItf> CallTool(
@@ -23,6 +25,7 @@ class ToolService final : public ToolServiceItf {
 
  private:
   ToolContext context_;
+  ToolRegistration registration_;
   std::string name_;
 };
 
