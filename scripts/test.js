@@ -18,7 +18,8 @@ const args = process.argv.slice(2);
 const variant = args[0] && VARIANTS[args[0]] ? args.shift() : (process.env.OMBRIX_BUILD || 'release');
 const hostile = takeFlag('--hostile');
 const seed = takeOption('--seed') || process.env.OMBRIX_HOSTILE_SEED || crypto.randomBytes(8).readBigUInt64BE().toString();
-// Long enough for a loaded sanitizer run; a suite that hangs fails instead of holding CI.
+// Long enough for a loaded sanitizer run.
+const testTimeoutMs = 5 * 60 * 1000;
 const hostileTimeoutMs = 30 * 60 * 1000;
 
 function takeFlag(name) {
@@ -80,7 +81,8 @@ function main() {
   const nodeArgs = ['--expose-gc'];
   if (hostile) {
     env.OMBRIX_HOSTILE = seed;
-    nodeArgs.push('--require', path.join(root, 'test', 'hostile', 'guard.js'));
+    // A test that hangs fails at its own time-out instead of holding the run.
+    nodeArgs.push('--require', path.join(root, 'test', 'hostile', 'guard.js'), `--test-timeout=${testTimeoutMs}`);
     console.log(`\nHostile SDK, seed ${seed} (repeat: OMBRIX_HOSTILE_SEED=${seed} npm run test:hostile)`);
   }
   console.log(`\n=== node:test suites (${variant}${hostile ? ', hostile' : ''}) ===`);

@@ -57,14 +57,6 @@ const emu = controlSurface();
 const scripted = emu ? false : 'drives the substitute SDK through its control surface, which a vendor-SDK build has not';
 const substitute = emu ? false : 'checks how the substitute SDK itself works';
 
-/**
- * The `skip` option of a test that cannot run against the hostile SDK
- * (npm run test:hostile): false, or the reason under it.
- */
-function hostileOptOut(reason) {
-  return process.env.OMBRIX_HOSTILE ? `the hostile SDK ${reason}` : false;
-}
-
 /** Lets queued thread-safe-function deliveries run. */
 function settle(ms = 20) {
   return new Promise((resolve) => setTimeout(resolve, ms));
@@ -176,5 +168,5 @@ async function lineChild(t, program, args = []) {
 
 module.exports = {
   root, waitFor, runNode, nodeEnv, emu, scripted, substitute, settle, rejection, collectAfterAll, clientIn,
-  unansweredDrive, scratchDir, lineChild, hostileOptOut,
+  unansweredDrive, scratchDir, lineChild,
 };
