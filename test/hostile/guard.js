@@ -1,8 +1,9 @@
 'use strict';
-// Preloaded into every suite's process by `npm run test:hostile`. When the
-// suite is done it lets go of what the hostile SDK still holds and fails the
-// process if the module left a native object alive or answered an SDK
-// callback twice, naming the seed that repeats the run.
+// Preloaded into every suite's process by `npm run test:hostile`. It fails
+// the process on an unhandled rejection the API guide does not name, and,
+// when the suite is done, lets go of what the hostile SDK still holds and
+// fails it if the module left a native object alive or answered an SDK
+// callback twice; each failure names the seed that repeats the run.
 const path = require('path');
 
 const seed = process.env.OMBRIX_HOSTILE;
@@ -12,6 +13,15 @@ function fail(problem) {
   process.stderr.write(`hostile seed ${seed}: ${problem}\n`);
   process.exitCode = 1;
 }
+
+// The one unhandled rejection the API guide names: a service's answer whose
+// "code" is not a number, where no type test is made.
+function named(reason) {
+  return reason instanceof TypeError && reason.message === 'A number was expected';
+}
+process.on('unhandledRejection', (reason) => {
+  if (!named(reason)) fail(`unhandled rejection: ${reason && reason.stack ? reason.stack : reason}`);
+});
 
 let checked = false;
 process.on('beforeExit', async () => {
