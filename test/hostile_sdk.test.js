@@ -129,26 +129,35 @@ test('services: answered from anywhere, with null callbacks and strings, never t
   emu.hostile.off();
 });
 
-test('sessions of an environment that has ended are still driven by the SDK: nothing answers, nothing breaks', { skip: scripted }, async () => {
+test('services of an environment that has ended are still driven by the SDK: nothing answers, nothing breaks', { skip: scripted }, async () => {
   const worker = new Worker(`
     const { parentPort } = require('worker_threads');
     const ombrix = require(${JSON.stringify(require.resolve('..'))});
     const emu = require(${JSON.stringify(require.resolve('../emulator/js'))});
+    const answer = async () => ({ code: 0 });
     globalThis.client = ombrix.createOmbrixClient({ serverName: 'ended' }, {
       createSession: async () => ({ code: 0, session: {
-        sessionInfo: { sessionId: 'w', title: 'from the worker' },
-        setTitle: async () => ({ code: 0 }),
+        sessionInfo: { sessionId: 'w', title: 'from the worker' }, setTitle: answer,
       } }),
-    });
-    emu.chat.createSession(0).then(({ session }) => parentPort.postMessage(session.id));`, { eval: true });
-  const id = await new Promise((resolve) => worker.once('message', resolve));
+    }, { getNotifications: answer, dismissAll: answer });
+    client.setAuditManager({ createSession: async () => ({ code: 0, session: {
+      sessionInfo: { sessionId: 'a' }, getInfo: answer, stop: answer,
+    } }) });
+    const service = emu.notification.hold();
+    Promise.all([emu.chat.createSession(0), emu.audit.createSession()]).then(([chat, audit]) =>
+      parentPort.postMessage({ chat: chat.session.id, audit: audit.session.id, service }));`, { eval: true });
+  const { chat, audit, service } = await new Promise((resolve) => worker.once('message', resolve));
   await worker.terminate();
   emu.hostile.set({ ...everything, habits: ['inline', 'elsewhere', 'late', 'sdkThread', 'twice'] });
-  assert.equal(emu.chat.getCachedInfo(id).title, 'from the worker');
-  emu.chat.setObserver(id);
-  for (const report of [await emu.chat.setTitle(id, 'late'), await emu.chat.getInfo(id), await emu.chat.sendChat(id, 'x').done]) {
-    assert.deepEqual(report, { dropped: true, calls: 0 }, said);
-  }
+  assert.equal(emu.chat.getCachedInfo(chat).title, 'from the worker');
+  assert.equal(emu.audit.getCachedInfo(audit).sessionId, 'a');
+  emu.chat.setObserver(chat);
+  emu.audit.setObserver(audit);
+  emu.notification.setObserver(true, { service });
+  const reports = [await emu.chat.setTitle(chat, 'late'), await emu.chat.getInfo(chat),
+    await emu.chat.sendChat(chat, 'x').done, await emu.audit.getInfo(audit), await emu.audit.stop(audit),
+    await emu.notification.getNotifications({ service }), await emu.notification.dismissAll({ service })];
+  for (const report of reports) assert.deepEqual(report, { dropped: true, calls: 0 }, said);
   emu.hostile.off();
 });
 

@@ -232,13 +232,17 @@ const emulator = {
   },
   // --- the SDK driving the application's notification service -----------------
   // Against the newest client's notification service (its third argument).
+  // `{ service }` (an id from hold()) drives a service the SDK kept instead.
   notification: {
     /** Hands the service a new SDK observer (false: an empty one); returns its id or null. */
-    setObserver: (attach = true) => startDrive('notification', 'setObserver', { observer: attach }).observer,
-    getNotifications: () => drive('notification', 'getNotifications'),
-    markAsRead: (id) => drive('notification', 'markAsRead', { id }),
-    dismiss: (id) => drive('notification', 'dismiss', { id }),
-    dismissAll: () => drive('notification', 'dismissAll'),
+    setObserver: (attach = true, { service } = {}) =>
+      startDrive('notification', 'setObserver', { observer: attach, service }).observer,
+    getNotifications: ({ service } = {}) => drive('notification', 'getNotifications', { service }),
+    markAsRead: (id, { service } = {}) => drive('notification', 'markAsRead', { id, service }),
+    dismiss: (id, { service } = {}) => drive('notification', 'dismiss', { id, service }),
+    dismissAll: ({ service } = {}) => drive('notification', 'dismissAll', { service }),
+    /** The SDK keeps the newest client's service beyond the client's life (and its environment's); returns its id. */
+    hold: () => startDrive('notification', 'hold').service,
     /** What the SDK observer was told: [{ event: 'notification'|'updated'|'removed', …, thread, onJsThread }]. */
     observerEvents: (observer) => JSON.parse(native.inspect('notificationObserver', observer)),
     /** The SDK drops its observer; the application's observer functions then do nothing. */

@@ -47,6 +47,12 @@ Held<HeldObserver>& Observers() {
   return *observers;
 }
 
+// Services the SDK keeps beyond their client's life (and their environment's).
+Held<SharedPtr<NotificationServiceItf>>& Services() {
+  static auto* services = new Held<SharedPtr<NotificationServiceItf>>;
+  return *services;
+}
+
 }  // namespace
 
 Json Drive(const std::string& op, const Json& args, int listener) {
@@ -56,10 +62,19 @@ Json Drive(const std::string& op, const Json& args, int listener) {
   }
   if (op == "releaseAll") {
     auto released = Observers().ReleaseAll();
+    auto services = Services().ReleaseAll();
     return Json::MakeObject({{"released", static_cast<uint64_t>(released.size())}});
   }
-  SharedPtr<NotificationServiceItf> service = NewestClientServices().notificationService;
-  if (!service) return DriveError("the newest client has no notification service");
+  SharedPtr<NotificationServiceItf> service;
+  if (args["service"].IsNumber()) {
+    uint64_t id = ToInteger<uint64_t>(args["service"].AsNumber());
+    service = Services().Find(id);
+    if (!service) return DriveError("no notification service " + std::to_string(id));
+  } else {
+    service = NewestClientServices().notificationService;
+    if (!service) return DriveError("the newest client has no notification service");
+  }
+  if (op == "hold") return Json::MakeObject({{"service", Services().Add(service)}});
   if (op == "setObserver") {
     SharedPtr<NotificationObserverItf> observer;
     Json id;
