@@ -38,6 +38,8 @@ process.on('beforeExit', async () => {
   if (alive.length) fail(`native objects still alive: ${JSON.stringify(Object.fromEntries(alive))}`);
   const duplicates = emu.driveDuplicates();
   if (duplicates) fail(`SDK callbacks answered more than once: ${duplicates}`);
+  const struck = Object.entries(emu.hostile.status().habits).filter(([, times]) => times > 0);
+  process.stderr.write(`hostile ${path.basename(process.argv[1] || '')}: ${struck.map(([habit, times]) => `${habit} ${times}`).join(', ') || 'no habit struck'}\n`);
 });
 
 process.on('exit', (code) => {
