@@ -98,6 +98,27 @@ test('GuiTool on Win32 windows', { skip }, async (t) => {
     assert.deepEqual(await tool.activateWindow(normal), { ok: true, tier: 'direct', lastError: 0 });
   });
 
+  await t.test('a window its own thread will not activate: the Alt tap lets it come, else attached input brings it', async (t) => {
+    // A host of its own: its keyboard hook is global and ends with it.
+    const locked = await windowHost(t);
+    for (const [until, tier] of [['alt', 'alt'], ['always', 'attach']]) {
+      const target = await locked.create({ title: `ombrix ${tier} target` });
+      const front = await locked.create({ title: `ombrix ${tier} front` });
+      assert.equal(tool.getForegroundHwnd(), front);
+      assert.equal(await locked.lock(target, until), true);
+
+      // Asked from outside, the foreground moves to the window's thread,
+      // which refuses to make the window active.
+      assert.equal(tool.setForegroundWindow(target), true);
+      await locked.sync();
+      assert.equal(tool.getForegroundHwnd(), front, `${until}: the lock holds`);
+
+      assert.deepEqual(await tool.activateWindow(target), { ok: true, tier, lastError: 0 }, until);
+      assert.equal(tool.getForegroundHwnd(), target);
+      assert.equal(await locked.unlock(), true);
+    }
+  });
+
   await t.test('process queries name the window host', async () => {
     const hwnd = await host.create({ title: 'ombrix process' });
     assert.equal(tool.getWindowProcessId(hwnd), host.pid);
