@@ -9,6 +9,7 @@ const os = require('os');
 const path = require('path');
 
 const ombrix = require('..');
+const { modulePath } = require('../lib/binding');
 const { waitFor } = require('./helpers');
 const { windowHost, ownWindows, WS, programPath } = require('./windows/hosts');
 
@@ -117,6 +118,28 @@ test('GuiTool on Win32 windows', { skip }, async (t) => {
       assert.equal(tool.getForegroundHwnd(), target);
       assert.equal(await locked.unlock(), true);
     }
+  });
+
+  await t.test('without a placement, activation restores only a minimised window', async (t) => {
+    const minimised = await host.create({ title: 'ombrix no placement, minimised' });
+    const maximised = await host.create({ title: 'ombrix no placement, maximised' });
+    tool.showWindow(minimised, SW.MINIMIZE);
+    tool.showWindow(maximised, SW.MAXIMIZE);
+
+    const fixture = ownWindows();
+    assert.equal(fixture.failWindowPlacement(modulePath(), true), true);
+    t.after(() => fixture.failWindowPlacement(modulePath(), false));
+    assert.equal(tool.getWindowPlacement(maximised), null);
+    for (const hwnd of [minimised, maximised]) {
+      const result = await tool.activateWindow(hwnd);
+      assert.deepEqual([result.ok, result.lastError], [true, 0]);
+      assert.equal(tool.getForegroundHwnd(), hwnd);
+    }
+    assert.equal(fixture.failWindowPlacement(modulePath(), false), true);
+
+    assert.equal(tool.isIconic(minimised), false);
+    assert.equal(tool.getWindowPlacement(minimised).readUInt32LE(SHOW_CMD), SW.SHOWNORMAL);
+    assert.equal(tool.getWindowPlacement(maximised).readUInt32LE(SHOW_CMD), SW.SHOWMAXIMIZED);
   });
 
   await t.test('process queries name the window host', async () => {
