@@ -61,7 +61,9 @@ if ((${#files[@]} == 0)); then
   if [[ -n "${OMBRIX_SDK_DIR:-}" ]]; then
     mapfile -t files < <(node -p "require('$root/test/vendor-suites.json').suites.map((f) => 'test/' + f).join('\\n')")
   else
-    files=("test/**/*.test.js")
+    # The X11 suite registers nothing on Windows: left out rather than
+    # counted as a file that passed.
+    mapfile -t files < <(cd "$root" && find test -name '*.test.js' ! -name '*_x11.test.js' | sort)
   fi
 fi
 log="$build/test-windows.log"

@@ -234,8 +234,9 @@ test('strings bound for the SDK with an embedded NUL are refused, naming the arg
   client.close();
 });
 
-const posixOwner = process.platform === 'win32' && 'POSIX owners and modes';
-test('loopback: the workspace folder is this user\'s alone; a link or a foreign folder there is refused', { skip: posixOwner }, async () => {
+// POSIX owners and modes: not registered on Windows.
+const posixTest = process.platform === 'win32' ? () => {} : test;
+posixTest('loopback: the workspace folder is this user\'s alone; a link or a foreign folder there is refused', async () => {
   const fs = require('fs');
   const path = require('path');
   const loopback = clientIn('loopback', 'workspace-private');

@@ -15,6 +15,8 @@ const HANDLE_METHODS = ['activateWindow', 'setForegroundWindow', 'getWindowPlace
 const windows = process.platform === 'win32';
 // Linux with DISPLAY set: the X11 backend (test/gui_tool_x11.test.js).
 const x11 = process.platform === 'linux' && !!process.env.DISPLAY;
+// Cases of desktops without Win32 windows are not registered on Windows.
+const posixTest = windows ? () => {} : test;
 
 test('createGuiTool makes GuiTool instances; only ShmRegion is exported as a class', () => {
   const keys = Object.keys(ombrix);
@@ -64,8 +66,8 @@ test('activateWindow resolves an activation result through a worker', async () =
   }
 });
 
-test('on a desktop without windows every method answers that nothing was found or done',
-  { skip: (windows && 'Windows has windows') || (x11 && 'an X11 display has windows') }, () => {
+posixTest('on a desktop without windows every method answers that nothing was found or done',
+  { skip: x11 && 'an X11 display has windows' }, () => {
     const tool = ombrix.createGuiTool();
     const { ENOSYS } = os.constants.errno;
     assert.deepEqual(tool.enumerateVisibleTopLevelWindows(), []);
@@ -83,7 +85,7 @@ test('on a desktop without windows every method answers that nothing was found o
     assert.equal(tool.getLastError(), ENOSYS);
   });
 
-test('getProcessExePath reads the process image on Linux',
+posixTest('getProcessExePath reads the process image on Linux',
   { skip: process.platform !== 'linux' && 'reads the image path from /proc' }, () => {
     const tool = ombrix.createGuiTool();
     assert.equal(tool.getProcessExePath(process.pid), fs.realpathSync(process.execPath));

@@ -9,6 +9,7 @@ const os = require('os');
 const path = require('path');
 
 const ombrix = require('..');
+const { modulePath } = require('../lib/binding');
 const { waitFor } = require('./helpers');
 const { windowHost, ownWindows, WS, programPath } = require('./windows/hosts');
 
@@ -96,6 +97,49 @@ test('GuiTool on Win32 windows', { skip }, async (t) => {
     }
     // Already in front: the first tier is enough.
     assert.deepEqual(await tool.activateWindow(normal), { ok: true, tier: 'direct', lastError: 0 });
+  });
+
+  await t.test('a window its own thread will not activate: the Alt tap lets it come, else attached input brings it', async (t) => {
+    // A host of its own: its keyboard hook is global and ends with it.
+    const locked = await windowHost(t);
+    for (const [until, tier] of [['alt', 'alt'], ['always', 'attach']]) {
+      const target = await locked.create({ title: `ombrix ${tier} target` });
+      const front = await locked.create({ title: `ombrix ${tier} front` });
+      assert.equal(tool.getForegroundHwnd(), front);
+      assert.equal(await locked.lock(target, until), true);
+
+      // Asked from outside, the foreground moves to the window's thread,
+      // which refuses to make the window active.
+      assert.equal(tool.setForegroundWindow(target), true);
+      await locked.sync();
+      assert.equal(tool.getForegroundHwnd(), front, `${until}: the lock holds`);
+
+      assert.deepEqual(await tool.activateWindow(target), { ok: true, tier, lastError: 0 }, until);
+      assert.equal(tool.getForegroundHwnd(), target);
+      assert.equal(await locked.unlock(), true);
+    }
+  });
+
+  await t.test('without a placement, activation restores only a minimised window', async (t) => {
+    const minimised = await host.create({ title: 'ombrix no placement, minimised' });
+    const maximised = await host.create({ title: 'ombrix no placement, maximised' });
+    tool.showWindow(minimised, SW.MINIMIZE);
+    tool.showWindow(maximised, SW.MAXIMIZE);
+
+    const fixture = ownWindows();
+    assert.equal(fixture.failWindowPlacement(modulePath(), true), true);
+    t.after(() => fixture.failWindowPlacement(modulePath(), false));
+    assert.equal(tool.getWindowPlacement(maximised), null);
+    for (const hwnd of [minimised, maximised]) {
+      const result = await tool.activateWindow(hwnd);
+      assert.deepEqual([result.ok, result.lastError], [true, 0]);
+      assert.equal(tool.getForegroundHwnd(), hwnd);
+    }
+    assert.equal(fixture.failWindowPlacement(modulePath(), false), true);
+
+    assert.equal(tool.isIconic(minimised), false);
+    assert.equal(tool.getWindowPlacement(minimised).readUInt32LE(SHOW_CMD), SW.SHOWNORMAL);
+    assert.equal(tool.getWindowPlacement(maximised).readUInt32LE(SHOW_CMD), SW.SHOWMAXIMIZED);
   });
 
   await t.test('process queries name the window host', async () => {

@@ -7,7 +7,7 @@ const path = require('path');
 const { buildDir, load } = require('../../lib/binding');
 const { lineChild } = require('../helpers');
 
-/** Windows in another process: create({ title, style?, exStyle?, owner?, visible? }) -> hwnd. */
+/** Windows in another process, all of one thread: create({ title, style?, exStyle?, owner?, visible? }) -> hwnd. */
 async function windowHost(t) {
   const host = await lineChild(t, programPath('window_host.exe'));
   return {
@@ -18,6 +18,11 @@ async function windowHost(t) {
       return hwnd;
     },
     destroy: async (hwnd) => (await host.ask(`destroy ${hwnd}`)) === '1',
+    /** The window's own thread refuses to activate it: until an Alt key press ('alt') or for good ('always'). */
+    lock: async (hwnd, until) => (await host.ask(`lock ${hwnd} ${until}`)) === '1',
+    unlock: async () => (await host.ask('unlock')) === '1',
+    /** Resolves once the windows' thread has handled what was sent to it before. */
+    sync: () => host.ask('sync'),
   };
 }
 

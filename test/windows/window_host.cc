@@ -2,6 +2,11 @@
 // stdin, one command a line:
 //   create <exStyle> <style> <owner hwnd> <visible 0|1> <title…>   answers the hwnd
 //   destroy <hwnd>                                                 answers 1 or 0
+//   lock <hwnd> alt|always   its own thread refuses to activate the window,
+//                            until an Alt key press or for good; answers 1 or 0
+//   unlock                   ends the lock; answers 1
+//   sync                     answers 1 once the windows' thread has handled
+//                            every message sent to it before
 // Numbers are decimal; the title is UTF-8 and may be empty. It exits at the
 // end of stdin. `window_host warmup` creates one window and exits, which
 // starts the desktop before the tests run. `window_host opened <document>`
@@ -19,6 +24,56 @@ using ombrix_test::WindowSpec;
 using ombrix_test::WindowThread;
 
 namespace {
+
+// The lock stands in for the foreground lock that Wine lacks: the window's
+// own thread refuses its activation, so the asynchronous activation that
+// SetForegroundWindow asks of that thread never lands. In "alt" mode the
+// first Alt key press lifts the lock and activates the window from the
+// keyboard hook, which SendInput waits for, so it has landed when the Alt
+// tap returns. A thread sharing the window's input activates it itself,
+// which no hook of this thread sees.
+HWND g_locked = nullptr;
+HHOOK g_activationHook = nullptr;
+HHOOK g_keyboardHook = nullptr;
+
+LRESULT CALLBACK RefuseActivation(int code, WPARAM wParam, LPARAM lParam) {
+  if (code == HCBT_ACTIVATE && g_locked && reinterpret_cast<HWND>(wParam) == g_locked) return 1;
+  return CallNextHookEx(nullptr, code, wParam, lParam);
+}
+
+LRESULT CALLBACK AltLifts(int code, WPARAM wParam, LPARAM lParam) {
+  const DWORD key = reinterpret_cast<const KBDLLHOOKSTRUCT*>(lParam)->vkCode;
+  const bool alt = key == VK_MENU || key == VK_LMENU || key == VK_RMENU;
+  if (code == HC_ACTION && alt && (wParam == WM_SYSKEYDOWN || wParam == WM_KEYDOWN) && g_locked) {
+    const HWND window = g_locked;
+    g_locked = nullptr;
+    SetForegroundWindow(window);
+  }
+  return CallNextHookEx(nullptr, code, wParam, lParam);
+}
+
+void Unlock() {
+  if (g_keyboardHook) UnhookWindowsHookEx(g_keyboardHook);
+  if (g_activationHook) UnhookWindowsHookEx(g_activationHook);
+  g_keyboardHook = g_activationHook = nullptr;
+  g_locked = nullptr;
+}
+
+// Runs on the windows' thread: thread hooks belong to the thread that sets
+// them, and a low-level hook is called through its setter's message loop.
+bool Lock(HWND window, bool untilAlt) {
+  Unlock();
+  g_activationHook = SetWindowsHookExW(WH_CBT, RefuseActivation, nullptr, GetCurrentThreadId());
+  if (untilAlt) {
+    g_keyboardHook = SetWindowsHookExW(WH_KEYBOARD_LL, AltLifts, GetModuleHandleW(nullptr), 0);
+  }
+  if (!g_activationHook || (untilAlt && !g_keyboardHook)) {
+    Unlock();
+    return false;
+  }
+  g_locked = window;
+  return true;
+}
 
 HWND ToHwnd(uint64_t value) { return reinterpret_cast<HWND>(static_cast<uintptr_t>(value)); }
 
@@ -45,6 +100,23 @@ std::string Answer(WindowThread& windows, const std::string& line) {
     uint64_t window = 0;
     in >> window;
     return windows.Destroy(ToHwnd(window)) ? "1" : "0";
+  }
+  if (command == "lock") {
+    uint64_t window = 0;
+    std::string until;
+    in >> window >> until;
+    if (until != "alt" && until != "always") return "0";
+    bool locked = false;
+    windows.Run([&] { locked = Lock(ToHwnd(window), until == "alt"); });
+    return locked ? "1" : "0";
+  }
+  if (command == "unlock") {
+    windows.Run(Unlock);
+    return "1";
+  }
+  if (command == "sync") {
+    windows.Run([] {});  // sent messages are handled before posted ones
+    return "1";
   }
   return "unknown command";
 }

@@ -30,10 +30,10 @@ class WindowThread {
   // Null when the window could not be created.
   HWND Create(const WindowSpec& spec);
   bool Destroy(HWND window);
-
- private:
   // Runs `work` on the window thread and waits for it.
   void Run(const std::function<void()>& work);
+
+ private:
   void Loop(HANDLE started);
 
   std::thread thread_;
