@@ -10,6 +10,7 @@
 #include "js_channel.h"
 #include "js_records.h"
 #include "native_tool_call.h"
+#include "owned_external.h"
 #include "tagged_wrap.h"
 
 namespace ombrix_addon {
@@ -23,8 +24,7 @@ constexpr napi_type_tag kConfirmTag = MakeTypeTag("ConfirmCallback external");
 
 template <class Itf>
 Napi::Value MakeExternal(Napi::Env env, SharedPtr<Itf> target, const napi_type_tag& tag) {
-  auto external = Napi::External<SharedPtr<Itf>>::New(
-      env, new SharedPtr<Itf>(std::move(target)), [](Napi::Env, SharedPtr<Itf>* held) { delete held; });
+  auto external = OwnedExternal(env, std::make_unique<SharedPtr<Itf>>(std::move(target)));
   external.TypeTag(&tag);
   return external;
 }

@@ -13,6 +13,7 @@
 #include "errors.h"
 #include "fernwick_manager_wrap.h"
 #include "notification_service_wrap.h"
+#include "owned_external.h"
 #include "remote_control_tool_wrap.h"
 #include "remote_file_tool_wrap.h"
 #include "remote_file_transfer_tool_wrap.h"
@@ -330,9 +331,7 @@ Napi::Value OmbrixClient::CreateFernwickManager(const Napi::CallbackInfo& info) 
       throw CodedError(env, code::kSdkFailure,
                        "createFernwickManager returned null (client not yet initialized?)");
     }
-    return Napi::External<SharedPtr<FernwickManagerItf>>::New(
-        env, new SharedPtr<FernwickManagerItf>(std::move(created)),
-        [](Napi::Env, SharedPtr<FernwickManagerItf>* held) { delete held; });
+    return OwnedExternal(env, std::make_unique<SharedPtr<FernwickManagerItf>>(std::move(created)));
   } catch (const Napi::Error&) {
     throw;
   } catch (const std::exception& e) {
