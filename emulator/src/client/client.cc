@@ -60,12 +60,8 @@ struct Client::State : std::enable_shared_from_this<Client::State> {
     if (current && hostile::Roll(hostile::Habit::kObserverRace)) {
       // Connection states from several threads at once, while the observer
       // may be detaching.
-      for (int i = 0; i < 3; ++i) {
-        TaskPool::Hostile().Post([current, state = connection] {
-          hostile::Pause(3);
-          current->OnConnectionStateChanged(state);
-        });
-      }
+      hostile::FromSeveralThreads(
+          [current, state = connection] { current->OnConnectionStateChanged(state); });
     }
   }
 
@@ -73,14 +69,11 @@ struct Client::State : std::enable_shared_from_this<Client::State> {
   // replacement: hostile mode sends it every kind of event, from several
   // threads, after SetObserver.
   void RaceReplaced(SharedPtr<OmbrixClientObserverItf> replaced) {
-    for (int i = 0; i < 3; ++i) {
-      TaskPool::Hostile().Post([replaced, state = connection, service = toolService] {
-        hostile::Pause(3);
-        replaced->OnConnectionStateChanged(state);
-        replaced->OnNewToolService(service);
-        replaced->OnToolServiceDisconnected();
-      });
-    }
+    hostile::FromSeveralThreads([replaced, state = connection, service = toolService] {
+      replaced->OnConnectionStateChanged(state);
+      replaced->OnNewToolService(service);
+      replaced->OnToolServiceDisconnected();
+    });
   }
 
   void SetConnection(int32_t state) {

@@ -146,6 +146,15 @@ void Again(const std::function<void()>& deliver) {
   });
 }
 
+void FromSeveralThreads(const std::function<void()>& call) {
+  for (int i = 0; i < 3; ++i) {
+    TaskPool::Hostile().Post([call] {
+      Pause(3);
+      call();
+    });
+  }
+}
+
 Json OnSdkThread(const std::function<Json()>& call) {
   if (!Roll(Habit::kSdkThread)) return call();
   Json result;

@@ -50,6 +50,9 @@ bool Roll(Habit habit);
 bool Deliver(const std::function<void()>& deliver, bool mayRunHere);
 // With the twice habit, runs `deliver` once more from another SDK thread.
 void Again(const std::function<void()>& deliver);
+// Runs `call` from three SDK threads at once, each after a short random pause:
+// an observer called concurrently, while it may be detaching.
+void FromSeveralThreads(const std::function<void()>& call);
 // Runs `call` on a thread of the SDK's own and waits for it, with the SDK
 // thread habit; here otherwise.
 Json OnSdkThread(const std::function<Json()>& call);

@@ -9,7 +9,6 @@
 #include "loopback/host_info.h"
 #include "loopback/identity.h"
 #include "ombrix_emu/control.h"
-#include "runtime/task_pool.h"
 #include "runtime/worker_thread.h"
 #include "tools/operation.h"
 
@@ -147,14 +146,10 @@ void AccountTool::SetAccountObserver(WeakPtr<AccountObserverItf> observer) {
   // observer, from several threads at once.
   if (replaced && replaced.get() != observer.lock().get() &&
       hostile::Roll(hostile::Habit::kObserverRace)) {
-    for (int i = 0; i < 3; ++i) {
-      TaskPool::Hostile().Post([replaced, i] {
-        hostile::Pause(3);
-        std::string token = "at.replaced-" + std::to_string(i);
-        replaced->OnTokenUpdated(token.c_str());
-        replaced->OnMcpTokenUpdated(nullptr);
-      });
-    }
+    hostile::FromSeveralThreads([replaced] {
+      replaced->OnTokenUpdated("at.replaced");
+      replaced->OnMcpTokenUpdated(nullptr);
+    });
   }
 }
 
