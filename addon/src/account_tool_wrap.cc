@@ -77,13 +77,13 @@ void AccountTool::QueueTokenUpdated(TokenKind kind, std::string token) {
 
 template <AccountTool::StringOperation Op>
 Napi::Value AccountTool::StringMethod(const Napi::CallbackInfo& info) {
-  return RelockedCall<const char*>(
+  return CallUnlessDestroyed<const char*>(
       info.Env(), tool_, "StringPromiseCallback",
       [](AccountToolItf& tool, auto callback) { (tool.*Op)(callback); });
 }
 
 Napi::Value AccountTool::GetRemoteDeviceList(const Napi::CallbackInfo& info) {
-  return RelockedCall<SharedPtr<RemoteDeviceListItf>>(
+  return CallUnlessDestroyed<SharedPtr<RemoteDeviceListItf>>(
       info.Env(), tool_, "GetRemoteDeviceList",
       [](AccountToolItf& tool, auto callback) { tool.GetRemoteDeviceList(callback); });
 }

@@ -16,7 +16,56 @@ AddonState& AddonState::Get(Napi::Env env) {
 }
 
 AddonState::AddonState(Napi::Env env)
-    : promise_(Napi::Persistent(env.Global().Get("Promise").As<Napi::Function>())) {}
+    : promise_(Napi::Persistent(env.Global().Get("Promise").As<Napi::Function>())),
+      keys_(Napi::Persistent(Napi::Array::New(env).As<Napi::Object>())) {}
+
+Napi::Function AddonState::Relay(Napi::Env env) {
+  if (!relay_.IsEmpty()) return relay_.Value();
+  // Plain closures cost far less than a native function each; the handlers
+  // never throw, so the promise "then" returns never rejects.
+  static const char kSource[] =
+      "(function relay(promise, cell, settle) {\n"
+      "  promise.then(function (value) { settle(cell, true, value); },\n"
+      "               function (reason) { settle(cell, false, reason); });\n"
+      "})";
+  napi_value script = Napi::String::New(env, kSource);
+  napi_value result = nullptr;
+  NAPI_THROW_IF_FAILED(env, napi_run_script(env, script, &result), Napi::Function());
+  Napi::Function relay(env, result);
+  relay_ = Napi::Persistent(relay);
+  return relay;
+}
+
+const std::shared_ptr<JsChannel>& AddonState::ResultChannel(Napi::Env env, const char* resourceName) {
+  for (const auto& entry : resultChannels_) {
+    if (entry.first == resourceName) return entry.second;
+  }
+  resultChannels_.emplace_back(resourceName,
+                               JsChannel::Create(env, resourceName, Napi::Function(), nullptr,
+                                                 JsChannel::Liveness::kWhileHeld));
+  return resultChannels_.back().second;
+}
+
+Napi::Value AddonState::Key(Napi::Env env, const char* name) {
+  Napi::Object keys = keys_.Value();
+  auto found = keyIndex_.find(name);
+  if (found != keyIndex_.end()) return keys.Get(found->second);
+  uint32_t index = static_cast<uint32_t>(keyIndex_.size());
+  Napi::String key = Napi::String::New(env, name);
+  keys.Set(index, key);
+  keyIndex_.emplace(name, index);
+  return key;
+}
+
+Napi::Value GetByKey(Napi::Object object, const char* name) {
+  Napi::Env env = object.Env();
+  return object.Get(AddonState::Get(env).Key(env, name));
+}
+
+bool HasByKey(Napi::Object object, const char* name) {
+  Napi::Env env = object.Env();
+  return object.Has(AddonState::Get(env).Key(env, name));
+}
 
 void AddonState::SetConstructor(const std::string& className, Napi::Function constructor) {
   constructors_[className] = Napi::Persistent(constructor);

@@ -1,10 +1,15 @@
 // State the module keeps per JavaScript environment (main thread, each worker).
 #pragma once
 
+#include <memory>
 #include <string>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include <napi.h>
+
+#include "js_channel.h"
 
 namespace ombrix_addon {
 
@@ -28,12 +33,36 @@ class AddonState {
   // does to the global.
   Napi::Function PromiseConstructor() const { return promise_.Value(); }
 
+  // relay(promise, cell, settle): settles through settle(cell, fulfilled,
+  // value) when the promise does, made once (js_call_bridge.cc).
+  Napi::Function Relay(Napi::Env env);
+
+  // The channel every tool result of one kind (its resource name) crosses
+  // on; it keeps the event loop alive while results are outstanding.
+  const std::shared_ptr<JsChannel>& ResultChannel(Napi::Env env, const char* resourceName);
+
+  // `name` as a property key made once: reading a property by a key the
+  // engine has seen is cheaper than by a C string, which is made into a
+  // JavaScript string and looked up in the engine's string table each time.
+  // `name` must be a string with static storage (a literal, a field table's).
+  Napi::Value Key(Napi::Env env, const char* name);
+
  private:
   explicit AddonState(Napi::Env env);
 
   Napi::FunctionReference promise_;
+  Napi::FunctionReference relay_;
   std::unordered_map<std::string, Napi::FunctionReference> constructors_;
   std::unordered_map<std::string, Napi::FunctionReference> functions_;
+  std::vector<std::pair<std::string, std::shared_ptr<JsChannel>>> resultChannels_;
+  // Keys live in one array; a name's index is found by its address.
+  Napi::ObjectReference keys_;
+  std::unordered_map<const char*, uint32_t> keyIndex_;
 };
+
+// `object[name]` and `name in object`, through the environment's key for
+// `name` (which must have static storage).
+Napi::Value GetByKey(Napi::Object object, const char* name);
+bool HasByKey(Napi::Object object, const char* name);
 
 }  // namespace ombrix_addon

@@ -26,7 +26,18 @@ void RaiseUnhandled(Napi::Env env, Napi::Value reason) {
   Napi::Promise::Deferred::New(env).Reject(reason);
 }
 
-Napi::Value Ignore(const Napi::CallbackInfo& info) { return info.Env().Undefined(); }
+using CallCell = std::shared_ptr<PendingJsCallBase>;
+
+// settle(cell, fulfilled, value), called by the relay's handlers only.
+Napi::Value SettleJsCall(const Napi::CallbackInfo& info) {
+  Napi::Env env = info.Env();
+  if (info.Length() < 3 || !info[0].IsExternal()) return env.Undefined();
+  CallCell* cell = info[0].As<Napi::External<CallCell>>().Data();
+  if (!cell || !*cell) return env.Undefined();
+  CallCell call = *cell;  // the cell keeps it until the handlers are collected
+  call->Settled(env, info[1].ToBoolean().Value(), info[2]);
+  return env.Undefined();
+}
 
 }  // namespace
 
@@ -61,18 +72,19 @@ void Enqueue(std::shared_ptr<PendingJsCallBase> call, JsTarget& target) {
 
 void PendingJsCallBase::Run(Napi::Env env) {
   Napi::Object object = target_->Object(env);
-  if (!object.Has(method_)) {
+  const std::string method = method_;
+  if (!HasByKey(object, method_)) {
     if (rules_.lenientMethod) return Succeed();
-    Warn(method_ + " method not found on JS object");
-    return Fail(method_ + " method not found");
+    Warn(method + " method not found on JS object");
+    return Fail(method + " method not found");
   }
-  Napi::Value member = object.Get(method_);
+  Napi::Value member = GetByKey(object, method_);
   if (!member.IsFunction()) {
     if (rules_.singleMethodCheck) {
-      Warn(method_ + " method not found on JS object");
-      return Fail(method_ + " method not found");
+      Warn(method + " method not found on JS object");
+      return Fail(method + " method not found");
     }
-    return Fail(method_ + " is not a function");
+    return Fail(method + " is not a function");
   }
 
   Napi::Value result;
@@ -84,41 +96,28 @@ void PendingJsCallBase::Run(Napi::Env env) {
   }
   if (!result.IsPromise()) {
     if (rules_.lenientMethod) return Succeed();
-    Warn(method_ + " did not return a Promise");
-    return Fail(method_ + " did not return a Promise");
+    Warn(method + " did not return a Promise");
+    return Fail(method + " did not return a Promise");
   }
 
-  // Both handlers share the call; whichever runs delivers, and the call is
-  // released when the last handler is.
-  std::shared_ptr<PendingJsCallBase> self = shared_from_this();
-  Napi::Function onFulfilled = Napi::Function::New(env, [self](const Napi::CallbackInfo& info) {
-    try {
-      self->Fulfilled(info.Env(), info.Length() > 0 ? info[0] : info.Env().Undefined());
-    } catch (const ConversionFailure& failure) {
-      RaiseUnhandled(info.Env(), Napi::TypeError::New(info.Env(), failure.message).Value());
-    } catch (const Napi::Error&) {
-      self->Fail("Unknown error");  // the answer cannot be read: a getter or Proxy trap threw
-    } catch (const std::exception& error) {
-      self->Fail(error.what());
-    }
-  });
-  Napi::Function onRejected = Napi::Function::New(env, [self](const Napi::CallbackInfo& info) {
-    self->Fail(info.Length() > 0 ? ReasonMessage(info[0]) : "Unknown error");
-  });
-  Napi::Object promise = result.As<Napi::Object>();
-  Napi::Value derived = promise.Get("then").As<Napi::Function>().Call(promise, {onFulfilled});
-  promise.Get("catch").As<Napi::Function>().Call(promise, {onRejected});
-  // The promise "then" returns rejects too when the service rejects: with the
-  // rejection already answered. The fulfilment handler never throws, so that
-  // is the only way it rejects, and one function shared by every call
-  // settles it.
-  if (derived.IsObject()) {
-    Napi::Object then = derived.As<Napi::Object>();
-    Napi::Value catchMethod = then.Get("catch");
-    if (catchMethod.IsFunction()) {
-      catchMethod.As<Napi::Function>().Call(
-          then, {AddonState::Get(env).SharedFunction(env, "answeredRejection", Ignore)});
-    }
+  // Both handlers share the cell; whichever runs delivers, and the call is
+  // released when the cell is collected with the handlers.
+  AddonState& state = AddonState::Get(env);
+  Napi::External<CallCell> cell = Napi::External<CallCell>::New(
+      env, new CallCell(shared_from_this()), [](Napi::Env, CallCell* owned) { delete owned; });
+  state.Relay(env).Call({result, cell, state.SharedFunction(env, "settleJsCall", SettleJsCall)});
+}
+
+void PendingJsCallBase::Settled(Napi::Env env, bool fulfilled, Napi::Value value) {
+  if (!fulfilled) return Fail(ReasonMessage(value));
+  try {
+    Fulfilled(env, value);
+  } catch (const ConversionFailure& failure) {
+    RaiseUnhandled(env, Napi::TypeError::New(env, failure.message).Value());
+  } catch (const Napi::Error&) {
+    Fail("Unknown error");  // the answer cannot be read: a getter or Proxy trap threw
+  } catch (const std::exception& error) {
+    Fail(error.what());
   }
 }
 

@@ -10,7 +10,9 @@
 // exception thrown by the module's own fulfilment handler still is. A Promise that
 // never settles delivers nothing; its handlers own the call, so the call (and
 // the SDK callback it holds) is released when they are garbage-collected or
-// the environment ends. Adapters that must always answer set
+// the environment ends. The handlers are made by one small JavaScript relay
+// per environment around a cell that owns the call: one object with a
+// finalizer per call, and plain closures, instead of two native functions. Adapters that must always answer set
 // `abandonedMessage`, delivered when an unanswered call is released.
 #pragma once
 
@@ -53,17 +55,39 @@ Outcome<Record> Failure(std::string message) {
   return outcome;
 }
 
-// How an adapter family departs from the common rules.
+// How an adapter family departs from the common rules, built by name:
+// `BridgeRules().NotFoundForNonFunction().WarnWith(f)`.
 struct BridgeRules {
   // One "<method> method not found" for a missing or non-function member,
   // instead of a separate "<method> is not a function".
-  bool singleMethodCheck = false;
+  constexpr BridgeRules NotFoundForNonFunction() const {
+    BridgeRules rules = *this;
+    rules.singleMethodCheck = true;
+    return rules;
+  }
   // A missing method, or a method that returns no Promise, counts as success.
-  bool lenientMethod = false;
+  constexpr BridgeRules MissingMethodSucceeds() const {
+    BridgeRules rules = *this;
+    rules.lenientMethod = true;
+    return rules;
+  }
   // Delivered when a call is released unanswered (failed queueing included).
-  const char* abandonedMessage = nullptr;
+  constexpr BridgeRules AnswerAbandonedWith(const char* message) const {
+    BridgeRules rules = *this;
+    rules.abandonedMessage = message;
+    return rules;
+  }
   // Told each method-lookup and non-Promise failure (with " on JS object"
   // appended for a missing method).
+  constexpr BridgeRules WarnWith(void (*function)(const std::string& text)) const {
+    BridgeRules rules = *this;
+    rules.warn = function;
+    return rules;
+  }
+
+  bool singleMethodCheck = false;
+  bool lenientMethod = false;
+  const char* abandonedMessage = nullptr;
   void (*warn)(const std::string& text) = nullptr;
 };
 
@@ -102,10 +126,13 @@ class PendingJsCallBase : public std::enable_shared_from_this<PendingJsCallBase>
   virtual ~PendingJsCallBase() = default;
   // The JavaScript-thread step.
   void Run(Napi::Env env);
+  // JavaScript thread: the service's Promise settled.
+  void Settled(Napi::Env env, bool fulfilled, Napi::Value value);
 
  protected:
-  PendingJsCallBase(std::shared_ptr<JsTarget> target, std::string method, const BridgeRules& rules)
-      : target_(std::move(target)), method_(std::move(method)), rules_(rules) {}
+  // `method` is a literal: it is also the property key.
+  PendingJsCallBase(std::shared_ptr<JsTarget> target, const char* method, const BridgeRules& rules)
+      : target_(std::move(target)), method_(method), rules_(rules) {}
 
   virtual std::vector<napi_value> Arguments(Napi::Env env) = 0;
   virtual void Fulfilled(Napi::Env env, Napi::Value value) = 0;
@@ -113,7 +140,7 @@ class PendingJsCallBase : public std::enable_shared_from_this<PendingJsCallBase>
   virtual void Succeed() = 0;
 
   std::shared_ptr<JsTarget> target_;
-  std::string method_;
+  const char* method_;
   BridgeRules rules_;
 
  private:
@@ -130,9 +157,9 @@ class PendingJsCall final : public PendingJsCallBase {
   // Turns the fulfilment value (undefined when there is none) into the outcome.
   using Convert = std::function<Outcome<Record>(Napi::Env, Napi::Value)>;
 
-  PendingJsCall(std::shared_ptr<JsTarget> target, std::string method, Arguments_ arguments,
+  PendingJsCall(std::shared_ptr<JsTarget> target, const char* method, Arguments_ arguments,
                 Convert convert, Callback callback, const BridgeRules& rules)
-      : PendingJsCallBase(std::move(target), std::move(method), rules),
+      : PendingJsCallBase(std::move(target), method, rules),
         arguments_(std::move(arguments)),
         convert_(std::move(convert)),
         callback_(std::move(callback)) {}
@@ -176,11 +203,11 @@ void Enqueue(std::shared_ptr<PendingJsCallBase> call, JsTarget& target);
 // A request without a callback still runs its JavaScript step; its outcome
 // goes nowhere.
 template <class Record>
-void CallJs(const std::shared_ptr<JsTarget>& target, std::string method,
+void CallJs(const std::shared_ptr<JsTarget>& target, const char* method,
             typename PendingJsCall<Record>::Arguments_ arguments,
             typename PendingJsCall<Record>::Convert convert,
             typename PendingJsCall<Record>::Callback callback, const BridgeRules& rules) {
-  Enqueue(std::make_shared<PendingJsCall<Record>>(target, std::move(method), std::move(arguments),
+  Enqueue(std::make_shared<PendingJsCall<Record>>(target, method, std::move(arguments),
                                                   std::move(convert), std::move(callback), rules),
           *target);
 }

@@ -1,5 +1,7 @@
 #include "js_channel.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <exception>
 
 #include "errors.h"
@@ -8,10 +10,28 @@ namespace ombrix_addon {
 
 namespace {
 void* const kNoData = nullptr;
+// What the function's queue carries: a nudge to run the channel's own queue.
+void* const kSignal = nullptr;
+
+// One task failing must not keep the others queued with it from running: its
+// exception is raised as uncaught at once, as Node does for a thread-safe
+// function's call-back that throws.
+void RunTask(Napi::Env env, Napi::Function callback, JsTask& task) {
+  Napi::HandleScope scope(env);
+  try {
+    task.Run(env, callback);
+  } catch (const Napi::Error& error) {
+    napi_value value = error.Value();
+    if (value != nullptr) napi_fatal_exception(env, value);
+  } catch (const std::exception& e) {
+    napi_fatal_exception(env, CodedError(env, code::kInternal, e.what()).Value());
+  }
+}
 }  // namespace
 
 std::shared_ptr<JsChannel> JsChannel::Create(Napi::Env env, const char* resourceName,
-                                             Napi::Function callback, OnClosed onClosed) {
+                                             Napi::Function callback, OnClosed onClosed,
+                                             Liveness liveness) {
   auto channel = std::make_shared<JsChannel>(Token());
   channel->onClosed_ = std::move(onClosed);
   auto finalize = [](Napi::Env finalizeEnv, void*, JsChannel* context) {
@@ -20,6 +40,8 @@ std::shared_ptr<JsChannel> JsChannel::Create(Napi::Env env, const char* resource
       std::lock_guard<std::mutex> lock(context->mutex_);
       context->open_ = false;
     }
+    context->finalized_ = true;
+    context->TakeQueued(SIZE_MAX);  // destroyed unrun
     if (context->onClosed_) {
       try {
         context->onClosed_(finalizeEnv);
@@ -32,18 +54,25 @@ std::shared_ptr<JsChannel> JsChannel::Create(Napi::Env env, const char* resource
   channel->tsfn_ = callback.IsEmpty()
                        ? Tsfn::New(env, resourceName, 0, 1, channel.get(), finalize, kNoData)
                        : Tsfn::New(env, callback, resourceName, 0, 1, channel.get(), finalize, kNoData);
+  if (liveness == Liveness::kWhileHeld) channel->tsfn_.Unref(env);
+  channel->env_ = env;
   channel->self_ = channel;
   channel->open_ = true;
   return channel;
 }
 
-bool JsChannel::Post(std::unique_ptr<JsTask> task, Mode mode) {
+bool JsChannel::Post(std::unique_ptr<JsTask> task) {
   std::unique_lock<std::mutex> lock(mutex_);
   if (open_) {
-    napi_status status = mode == Mode::kBlocking ? tsfn_.BlockingCall(task.get())
-                                                 : tsfn_.NonBlockingCall(task.get());
+    if (signalled_) {
+      queue_.push_back(std::move(task));
+      return true;
+    }
+    // Unlimited queue: a blocking call never waits.
+    napi_status status = tsfn_.BlockingCall(kSignal);
     if (status == napi_ok) {
-      task.release();
+      signalled_ = true;
+      queue_.push_back(std::move(task));
       return true;
     }
     if (status == napi_closing) open_ = false;
@@ -64,16 +93,35 @@ void JsChannel::Close(napi_threadsafe_function_release_mode mode) {
   napi_release_threadsafe_function(tsfn_, mode);
 }
 
-void JsChannel::Dispatch(Napi::Env env, Napi::Function callback, JsChannel*, JsTask* task) {
-  std::unique_ptr<JsTask> owned(task);
-  if (static_cast<napi_env>(env) == nullptr || !owned) return;  // dropped at teardown
-  Napi::HandleScope scope(env);
-  try {
-    owned->Run(env, callback);
-  } catch (const Napi::Error&) {
-    throw;  // surfaces as a JavaScript exception
-  } catch (const std::exception& e) {
-    throw CodedError(env, code::kInternal, e.what());
+void JsChannel::Hold() {
+  if (holds_++ == 0 && !finalized_) tsfn_.Ref(env_);
+}
+
+void JsChannel::Unhold() {
+  if (holds_ > 0 && --holds_ == 0 && !finalized_) tsfn_.Unref(env_);
+}
+
+std::vector<std::unique_ptr<JsTask>> JsChannel::TakeQueued(size_t limit) {
+  std::vector<std::unique_ptr<JsTask>> taken;
+  std::lock_guard<std::mutex> lock(mutex_);
+  // A released channel cannot signal again: what it holds goes now.
+  const size_t count = open_ ? std::min(limit, queue_.size()) : queue_.size();
+  taken.reserve(count);
+  for (size_t i = 0; i < count; ++i) {
+    taken.push_back(std::move(queue_.front()));
+    queue_.pop_front();
+  }
+  // What is left gets a turn of its own, after the event loop has had one.
+  signalled_ = !queue_.empty() && open_ && tsfn_.BlockingCall(kSignal) == napi_ok;
+  return taken;
+}
+
+void JsChannel::Dispatch(Napi::Env env, Napi::Function callback, JsChannel* channel, void*) {
+  // Dropped at teardown: the finalizer destroys what is queued.
+  if (static_cast<napi_env>(env) == nullptr || channel == nullptr) return;
+  for (std::unique_ptr<JsTask>& task : channel->TakeQueued(kTurn)) {
+    RunTask(env, callback, *task);
+    task.reset();  // before the next runs, as each had its own turn before
   }
 }
 

@@ -9,6 +9,8 @@
 
 #include <napi.h>
 
+#include "addon_state.h"
+
 #include "ombrix_addon/record_fields.h"
 
 namespace ombrix_addon {
@@ -41,8 +43,10 @@ template <class R>
 std::enable_if_t<ombrix_records::IsRecord<R>::value, Napi::Value> ToJs(Napi::Env env,
                                                                      const R& record) {
   Napi::Object object = Napi::Object::New(env);
-  ombrix_records::ForEachField<R>(
-      [&](const auto& field) { object.Set(field.name, ToJs(env, record.*field.member)); });
+  AddonState& state = AddonState::Get(env);
+  ombrix_records::ForEachField<R>([&](const auto& field) {
+    object.Set(state.Key(env, field.name), ToJs(env, record.*field.member));
+  });
   return object;
 }
 

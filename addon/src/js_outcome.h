@@ -7,6 +7,7 @@
 
 #include <napi.h>
 
+#include "addon_state.h"
 #include "js_call_bridge.h"
 
 namespace ombrix_addon {
@@ -24,14 +25,14 @@ Outcome<Record> ReadOutcome(Napi::Object object, CodeRule rule) {
   Outcome<Record> outcome;
   outcome.code = rule == CodeRule::kNumberElseFailure ? sdk::ResultCode::kErrorOperationFailed
                                                       : sdk::ResultCode::kSuccess;
-  if (object.Has("code")) {
-    Napi::Value code = object.Get("code");
+  if (HasByKey(object, "code")) {
+    Napi::Value code = GetByKey(object, "code");
     if (rule == CodeRule::kPresentElseSuccess || code.IsNumber()) {
       outcome.code = static_cast<sdk::ResultCode>(RequireNumber(code));
     }
   }
-  if (object.Has("errorMessage")) {
-    Napi::Value message = object.Get("errorMessage");
+  if (HasByKey(object, "errorMessage")) {
+    Napi::Value message = GetByKey(object, "errorMessage");
     if (message.IsString()) outcome.message = message.As<Napi::String>().Utf8Value();
   }
   return outcome;
@@ -72,19 +73,19 @@ typename PendingJsCall<Record>::Convert InfoResult(std::string notReturned, Take
     if (!value.IsObject()) return malformed(notReturned);
     Napi::Object result = value.As<Napi::Object>();
     Outcome<Record> outcome = Success<Record>();
-    if (result.Has("code")) {
-      outcome.code = static_cast<sdk::ResultCode>(RequireNumber(result.Get("code")));
+    if (HasByKey(result, "code")) {
+      outcome.code = static_cast<sdk::ResultCode>(RequireNumber(GetByKey(result, "code")));
     }
     if (outcome.code != sdk::ResultCode::kSuccess) {
-      Napi::Value message = result.Has("errorMessage") ? result.Get("errorMessage") : Napi::Value();
+      Napi::Value message = HasByKey(result, "errorMessage") ? GetByKey(result, "errorMessage") : Napi::Value();
       outcome.message =
           message.IsString() ? message.As<Napi::String>().Utf8Value() : "Operation failed";
       return outcome;
     }
-    if (!result.Has("info") || !result.Get("info").IsObject()) {
+    if (!HasByKey(result, "info") || !GetByKey(result, "info").IsObject()) {
       return malformed("Info not found in result");
     }
-    take(result.Get("info"), &outcome);
+    take(GetByKey(result, "info"), &outcome);
     return outcome;
   };
 }
@@ -93,8 +94,8 @@ typename PendingJsCall<Record>::Convert InfoResult(std::string notReturned, Take
 // empty pointer when there is none.
 template <class Itf, class Make>
 sdk::SharedPtr<Itf> AdapterAt(Napi::Env env, Napi::Object result, const char* key, Make make) {
-  if (!result.Has(key)) return sdk::SharedPtr<Itf>();
-  Napi::Value value = result.Get(key);
+  if (!HasByKey(result, key)) return sdk::SharedPtr<Itf>();
+  Napi::Value value = GetByKey(result, key);
   return value.IsObject() ? sdk::SharedPtr<Itf>(make(env, value)) : sdk::SharedPtr<Itf>();
 }
 
@@ -104,8 +105,8 @@ template <class Itf, class Make>
 std::vector<sdk::SharedPtr<Itf>> AdaptersAt(Napi::Env env, Napi::Object result, const char* key,
                                             Make make) {
   std::vector<sdk::SharedPtr<Itf>> adapters;
-  if (!result.Has(key) || !result.Get(key).IsArray()) return adapters;
-  Napi::Array array = result.Get(key).As<Napi::Array>();
+  if (!HasByKey(result, key) || !GetByKey(result, key).IsArray()) return adapters;
+  Napi::Array array = GetByKey(result, key).As<Napi::Array>();
   for (uint32_t i = 0; i < array.Length(); ++i) {
     Napi::Value element = array.Get(i);
     if (element.IsObject()) adapters.emplace_back(make(env, element));

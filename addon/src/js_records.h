@@ -11,6 +11,7 @@
 
 #include <napi.h>
 
+#include "addon_state.h"
 #include "ombrix_addon/record_fields.h"
 
 namespace ombrix_addon {
@@ -44,7 +45,8 @@ struct JsReader {
     if (!value.IsObject()) return;
     Napi::Object object = value.As<Napi::Object>();
     ombrix_records::ForEachField<R>([&](const auto& field) {
-      if (object.Has(field.name)) Read(object.Get(field.name), &(out->*field.member));
+      // A missing key reads as undefined, which no field accepts.
+      Read(GetByKey(object, field.name), &(out->*field.member));
     });
   }
   // Elements of the wrong type are skipped: the list may come out shorter.

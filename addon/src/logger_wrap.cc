@@ -120,8 +120,8 @@ void JSLogger::Retire() {
 void JSLogger::Log(const LogContext& context, const char* message) {
   Inside inside(active_);
   if (!IsEnabled(context.level)) return;
-  // Never wait on a logging thread: a line that cannot be queued is lost.
-  channel_->Post(std::make_unique<LogLine>(context, message), JsChannel::Mode::kNonBlocking);
+  // A line that cannot be queued (the logger is retired) is lost.
+  channel_->Post(std::make_unique<LogLine>(context, message));
 }
 
 bool JSLogger::IsEnabled(LogLevel level) {

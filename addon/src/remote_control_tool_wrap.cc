@@ -26,7 +26,7 @@ Napi::Value RemoteControlTool::Session(const Napi::CallbackInfo& info) {
   const std::string device = StringArg(info, 0, kSignature);
   // Negative numbers wrap to their unsigned 32-bit value, as the SDK reads them.
   auto uiType = static_cast<RemoteControlUIType>(info[1].As<Napi::Number>().Uint32Value());
-  return RelockedCall<const RemoteControlResult&>(info.Env(), tool_, "PromiseCallback",
+  return CallUnlessDestroyed<const RemoteControlResult&>(info.Env(), tool_, "PromiseCallback",
                                                   [&](RemoteControlToolItf& tool, auto callback) {
                                                     (tool.*Op)(device.c_str(), uiType, callback);
                                                   });
@@ -36,7 +36,7 @@ Napi::Value RemoteControlTool::GetDeviceLockScreenStatus(const Napi::CallbackInf
   const auto strings = StringArgs<1>(
       info, "Expected (deviceId: string)");
   const std::string &device = strings[0];
-  return RelockedCall<const RemoteDeviceLockScreenStatusResult&>(
+  return CallUnlessDestroyed<const RemoteDeviceLockScreenStatusResult&>(
       info.Env(), tool_, "PromiseCallback", [&](RemoteControlToolItf& tool, auto callback) {
         tool.GetDeviceLockScreenStatus(device.c_str(), callback);
       });

@@ -23,7 +23,7 @@ Napi::Value RemoteFileTool::FileRead(const Napi::CallbackInfo& info) {
       info, "Expected (deviceId: string, filePath: string, startLine?: number, endLine?: number)");
   const std::string &device = strings[0], &path = strings[1];
   int32_t startLine = OptionalInt32(info, 2, -1), endLine = OptionalInt32(info, 3, -1);
-  return RelockedCall<const FileReadResult&>(
+  return CallUnlessDestroyed<const FileReadResult&>(
       info.Env(), tool_, "PromiseCallback", [&](RemoteFileToolItf& tool, auto callback) {
         tool.ReadFile(device.c_str(), path.c_str(), startLine, endLine, callback);
       });
@@ -35,7 +35,7 @@ Napi::Value RemoteFileTool::FileWrite(const Napi::CallbackInfo& info) {
       "createDirs?: boolean)");
   const std::string &device = strings[0], &path = strings[1], &content = strings[2];
   bool append = OptionalBool(info, 3, false), createDirs = OptionalBool(info, 4, true);
-  return RelockedCall<const FileWriteResult&>(
+  return CallUnlessDestroyed<const FileWriteResult&>(
       info.Env(), tool_, "PromiseCallback", [&](RemoteFileToolItf& tool, auto callback) {
         tool.WriteFile(device.c_str(), path.c_str(), content.c_str(), append, createDirs, callback);
       });
@@ -45,7 +45,7 @@ Napi::Value RemoteFileTool::FileReplace(const Napi::CallbackInfo& info) {
   const auto strings = StringArgs<4>(
       info, "Expected (deviceId: string, path: string, oldPattern: string, newText: string)");
   const std::string &device = strings[0], &path = strings[1], &oldPattern = strings[2], &newText = strings[3];
-  return RelockedCall<const FileReplaceResult&>(
+  return CallUnlessDestroyed<const FileReplaceResult&>(
       info.Env(), tool_, "PromiseCallback", [&](RemoteFileToolItf& tool, auto callback) {
         tool.ReplaceInFile(device.c_str(), path.c_str(), oldPattern.c_str(), newText.c_str(),
                            callback);
@@ -58,7 +58,7 @@ Napi::Value RemoteFileTool::FileSearch(const Napi::CallbackInfo& info) {
       "boolean, showLineNumbers?: boolean, signal?: AbortSignal)");
   const std::string &device = strings[0], &path = strings[1], &pattern = strings[2];
   bool caseSensitive = OptionalBool(info, 3, false), lineNumbers = OptionalBool(info, 4, true);
-  return DirectCall<const FileSearchResult&>(
+  return CallCancellable<const FileSearchResult&>(
       info.Env(), tool_, kToolNotInitialized, "FileSearchCallback", info[5],
       [&](RemoteFileToolItf& tool, auto callback) {
         return tool.SearchInFile(device.c_str(), path.c_str(), pattern.c_str(), caseSensitive,
@@ -72,7 +72,7 @@ Napi::Value RemoteFileTool::FileFindByName(const Napi::CallbackInfo& info) {
       "number, signal?: AbortSignal)");
   const std::string &device = strings[0], &directory = strings[1], &pattern = strings[2];
   int32_t maxResults = OptionalInt32(info, 3, 500);
-  return DirectCall<const FileFindResult&>(
+  return CallCancellable<const FileFindResult&>(
       info.Env(), tool_, kToolNotInitialized, "FileFindByNameCallback", info[4],
       [&](RemoteFileToolItf& tool, auto callback) {
         return tool.FindFilesByName(device.c_str(), directory.c_str(), pattern.c_str(), maxResults,
@@ -86,7 +86,7 @@ Napi::Value RemoteFileTool::DirList(const Napi::CallbackInfo& info) {
       "AbortSignal)");
   const std::string &device = strings[0], &path = strings[1];
   bool showHidden = OptionalBool(info, 2, false);
-  return DirectCall<const DirListResult&>(
+  return CallCancellable<const DirListResult&>(
       info.Env(), tool_, kToolNotInitialized, "DirListCallback", info[3],
       [&](RemoteFileToolItf& tool, auto callback) {
         return tool.ListDirectory(device.c_str(), path.c_str(), showHidden, callback);

@@ -22,7 +22,7 @@ Napi::Value RemoteFileTransferTool::Transfer(const Napi::CallbackInfo& info) {
   const auto strings = StringArgs<3>(
       info, "Expected (deviceId: string, localPath: string, remotePath: string)");
   const std::string &device = strings[0], &localPath = strings[1], &remotePath = strings[2];
-  return RelockedCall<const FileTransferStatus&>(
+  return CallUnlessDestroyed<const FileTransferStatus&>(
       info.Env(), tool_, "PromiseCallback", [&](RemoteFileTransferItf& tool, auto callback) {
         (tool.*Op)(device.c_str(), localPath.c_str(), remotePath.c_str(), callback);
       });

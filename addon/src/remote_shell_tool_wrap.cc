@@ -18,7 +18,7 @@ Napi::Value RemoteShellTool::ShellExec(const Napi::CallbackInfo& info) {
       info, "Expected (deviceId: string, command: string, workingDir: string, signal?: "
       "AbortSignal)");
   const std::string &device = strings[0], &command = strings[1], &workingDir = strings[2];
-  return DirectCall<const ShellExecResult&>(
+  return CallCancellable<const ShellExecResult&>(
       info.Env(), tool_, kToolNotInitialized, "ShellExecCallback", info[3],
       [&](RemoteShellToolItf& tool, auto callback) {
         return tool.ExecuteShell(device.c_str(), command.c_str(), workingDir.c_str(), callback);

@@ -1,10 +1,13 @@
 // The one mechanism by which every asynchronous tool method turns an SDK
 // result into a settled Promise, and by which an AbortSignal cancels it.
 //
-// Per call: a Deferred and a one-use JsChannel (its resource name tells the
-// callback kind), owned by a PromiseCallback handed to the SDK. The SDK thread
-// copies the result into a ResultDelivery, posts it and releases the channel;
+// Per call: a Deferred, owned by a PromiseCallback handed to the SDK. The SDK
+// thread copies the result into a ResultDelivery and posts it on the
+// environment's result channel for the callback's kind (its resource name);
 // the JavaScript thread converts it (js_convert.h) and settles the Promise.
+// Each outstanding call holds that channel, so the event loop stays alive
+// exactly while calls are outstanding, as a thread-safe function per call
+// would keep it.
 #pragma once
 
 #include <atomic>
@@ -15,6 +18,7 @@
 
 #include <napi.h>
 
+#include "addon_state.h"
 #include "errors.h"
 #include "js_channel.h"
 #include "js_convert.h"
@@ -51,12 +55,14 @@ struct DeliveryError {
 template <class R>
 class ResultDelivery final : public JsTask {
  public:
-  ResultDelivery(Napi::Promise::Deferred deferred, R result)
-      : deferred_(deferred), result_(std::move(result)), hasResult_(true) {}
-  ResultDelivery(Napi::Promise::Deferred deferred, DeliveryError error)
-      : deferred_(deferred), error_(std::move(error)), hasResult_(false) {}
+  ResultDelivery(JsChannel* channel, Napi::Promise::Deferred deferred, R result)
+      : channel_(channel), deferred_(deferred), result_(std::move(result)), hasResult_(true) {}
+  ResultDelivery(JsChannel* channel, Napi::Promise::Deferred deferred, DeliveryError error)
+      : channel_(channel), deferred_(deferred), error_(std::move(error)), hasResult_(false) {}
 
+  // Run only by the channel it names, which is alive meanwhile.
   void Run(Napi::Env env, Napi::Function) override {
+    channel_->Unhold();
     if (hasResult_) {
       deferred_.Resolve(ToJs(env, result_));
     } else {
@@ -65,6 +71,7 @@ class ResultDelivery final : public JsTask {
   }
 
  private:
+  JsChannel* channel_;
   Napi::Promise::Deferred deferred_;
   R result_{};
   DeliveryError error_{};
@@ -76,25 +83,29 @@ class PromiseCallback final : public sdk::CallbackItf<Arg> {
  public:
   using Result = typename Captured<Arg>::Type;
 
+  // JavaScript thread.
   PromiseCallback(Napi::Promise::Deferred deferred, std::shared_ptr<JsChannel> channel)
-      : deferred_(deferred), channel_(std::move(channel)) {}
+      : deferred_(deferred), channel_(std::move(channel)) {
+    channel_->Hold();
+  }
 
   // An SDK that drops the callback unanswered would otherwise leave the
   // Promise pending and its channel holding the event loop for ever.
   ~PromiseCallback() override { Reject(code::kNoResult, "The SDK dropped the operation without a result"); }
 
   void OnResult(Arg result) override {
-    Deliver(std::make_unique<ResultDelivery<Result>>(deferred_, Captured<Arg>::Copy(result)));
+    Deliver(std::make_unique<ResultDelivery<Result>>(channel_.get(), deferred_, Captured<Arg>::Copy(result)));
   }
 
   void Reject(const char* code, std::string message) {
-    Deliver(std::make_unique<ResultDelivery<Result>>(deferred_, DeliveryError{code, std::move(message)}));
+    Deliver(std::make_unique<ResultDelivery<Result>>(channel_.get(), deferred_,
+                                                     DeliveryError{code, std::move(message)}));
   }
 
-  // The call threw instead of starting: its caller sees that error, so the
-  // Promise nobody holds must not reject too.
+  // JavaScript thread. The call threw instead of starting: its caller sees
+  // that error, so the Promise nobody holds must not reject too.
   void Abandon() {
-    if (!delivered_.exchange(true)) channel_->Release();
+    if (!delivered_.exchange(true)) channel_->Unhold();
   }
 
  private:
@@ -102,7 +113,6 @@ class PromiseCallback final : public sdk::CallbackItf<Arg> {
   void Deliver(std::unique_ptr<JsTask> delivery) {
     if (delivered_.exchange(true)) return;
     channel_->Post(std::move(delivery));
-    channel_->Release();
   }
 
   Napi::Promise::Deferred deferred_;
@@ -139,22 +149,31 @@ void WireAbortSignal(Napi::Env env, Napi::Value signal, sdk::SharedPtr<sdk::Oper
 
 constexpr const char* kToolNotInitialized = "Tool is not initialized";
 
-// The common sequence: the member test, then Deferred, channel and callback,
-// then `call(tool, callback)`.
+// Which tool the SDK operation is called on.
+enum class CallTarget {
+  // The member tested, as it was then.
+  kTestedMember,
+  // A WeakPtr of it locked right before the call: a tool destroyed in
+  // between resolves "Tool has been destroyed" without calling the SDK.
+  kRelockedTool,
+};
+
+// The common sequence: the member test, then Deferred and callback, then
+// `call(tool, callback)`; a returned operation handle is wired to `signal`.
 template <class Arg, class Itf, class Call>
 Napi::Value StartToolCall(Napi::Env env, const sdk::SharedPtr<Itf>& tool, const char* notInitialized,
-                          const char* resourceName, bool relock, Napi::Value signal, Call&& call) {
+                          const char* resourceName, CallTarget target, Napi::Value signal, Call&& call) {
   if (!tool) return RejectedPromise(env, code::kNotInitialized, notInitialized);
   auto deferred = Napi::Promise::Deferred::New(env);
-  auto* callback = new PromiseCallback<Arg>(deferred, JsChannel::Create(env, resourceName));
+  auto* callback = new PromiseCallback<Arg>(deferred, AddonState::Get(env).ResultChannel(env, resourceName));
   sdk::SharedPtr<sdk::CallbackItf<Arg>> owned(callback);
   using Returned = decltype(call(*tool.get(), owned));
   try {
     if constexpr (std::is_void<Returned>::value) {
-      sdk::SharedPtr<Itf> target = tool;
-      if (relock) target = sdk::WeakPtr<Itf>(tool).lock();  // the tool may be gone by now
-      if (target) {
-        call(*target.get(), owned);
+      sdk::SharedPtr<Itf> current = tool;
+      if (target == CallTarget::kRelockedTool) current = sdk::WeakPtr<Itf>(tool).lock();
+      if (current) {
+        call(*current.get(), owned);
       } else {
         ReportDestroyed(*callback);
       }
@@ -168,20 +187,20 @@ Napi::Value StartToolCall(Napi::Env env, const sdk::SharedPtr<Itf>& tool, const 
   return deferred.Promise();
 }
 
-// Operations without cancellation: the tool is re-locked right before the call.
+// Operations without cancellation whose tool may be destroyed meanwhile.
 template <class Arg, class Itf, class Call>
-Napi::Value RelockedCall(Napi::Env env, const sdk::SharedPtr<Itf>& tool, const char* resourceName,
-                         Call&& call) {
-  return StartToolCall<Arg>(env, tool, kToolNotInitialized, resourceName, true, env.Undefined(),
-                            std::forward<Call>(call));
+Napi::Value CallUnlessDestroyed(Napi::Env env, const sdk::SharedPtr<Itf>& tool, const char* resourceName,
+                                Call&& call) {
+  return StartToolCall<Arg>(env, tool, kToolNotInitialized, resourceName, CallTarget::kRelockedTool,
+                            env.Undefined(), std::forward<Call>(call));
 }
 
-// Operations that call through the member they tested; `call` returns the
-// operation handle when the operation is cancellable.
+// Operations called through the member tested; `call` returns the operation
+// handle when the operation is cancellable by `signal`.
 template <class Arg, class Itf, class Call>
-Napi::Value DirectCall(Napi::Env env, const sdk::SharedPtr<Itf>& tool, const char* notInitialized,
-                       const char* resourceName, Napi::Value signal, Call&& call) {
-  return StartToolCall<Arg>(env, tool, notInitialized, resourceName, false, signal,
+Napi::Value CallCancellable(Napi::Env env, const sdk::SharedPtr<Itf>& tool, const char* notInitialized,
+                            const char* resourceName, Napi::Value signal, Call&& call) {
+  return StartToolCall<Arg>(env, tool, notInitialized, resourceName, CallTarget::kTestedMember, signal,
                             std::forward<Call>(call));
 }
 

@@ -19,7 +19,7 @@ void ToolService::Init(Napi::Env env) {
 }
 
 Napi::Value ToolService::ListTools(const Napi::CallbackInfo& info) {
-  return DirectCall<const ToolServiceResult&>(
+  return CallCancellable<const ToolServiceResult&>(
       info.Env(), tool_, kServiceNotInitialized, "ListToolsCallback", info.Env().Undefined(),
       [](ToolServiceItf& service, auto callback) { service.ListTools(callback); });
 }
@@ -28,7 +28,7 @@ Napi::Value ToolService::Call(const Napi::CallbackInfo& info) {
   const auto strings = StringArgs<2>(
       info, "Expected (toolName: string, arguments: string, signal?: AbortSignal)");
   const std::string &name = strings[0], &arguments = strings[1];
-  return DirectCall<const ToolServiceResult&>(
+  return CallCancellable<const ToolServiceResult&>(
       info.Env(), tool_, kServiceNotInitialized, "CallCallback", info[2],
       [&](ToolServiceItf& service, auto callback) {
         return service.CallTool(name.c_str(), arguments.c_str(), callback);

@@ -229,6 +229,7 @@ struct StormState {
   std::mutex mutex;
   std::condition_variable done;
   int64_t completed = 0;
+  int64_t issued = 0;
   std::atomic<int64_t> duplicates{0};
   std::atomic<int64_t> offJsThread{0};
   std::set<std::thread::id> jsThreads;
@@ -244,8 +245,9 @@ class StormCallback final : public CallbackItf<const OperationResult&> {
     }
     std::lock_guard<std::mutex> lock(state_->mutex);
     if (!state_->jsThreads.count(std::this_thread::get_id())) state_->offJsThread.fetch_add(1);
-    ++state_->completed;
-    state_->done.notify_one();
+    // Waking the waiting driver for every answer would cost the answering
+    // thread a system call each: it is woken for the last one only.
+    if (++state_->completed == state_->issued) state_->done.notify_one();
   }
 
  private:
@@ -260,6 +262,8 @@ Json Storm(int threads, int calls) {
   if (!manager) return DriveError("the newest client has no chat session manager");
   auto state = std::make_shared<StormState>();
   state->jsThreads = DriveLog::Shared().JsThreads();
+  const int64_t issued = static_cast<int64_t>(threads) * calls;
+  state->issued = issued;
   auto start = std::chrono::steady_clock::now();
   std::vector<std::thread> callers;
   for (int t = 0; t < threads; ++t) {
@@ -272,7 +276,6 @@ Json Storm(int threads, int calls) {
     });
   }
   for (auto& caller : callers) caller.join();
-  const int64_t issued = static_cast<int64_t>(threads) * calls;
   {
     std::unique_lock<std::mutex> lock(state->mutex);
     state->done.wait_for(lock, std::chrono::minutes(2), [&] { return state->completed >= issued; });

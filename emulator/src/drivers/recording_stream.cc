@@ -12,17 +12,14 @@ namespace emu {
 
 void RecordingStream::Record(Json event) {
   std::lock_guard<std::mutex> lock(mutex_);
-  events_.Push(std::move(event));
+  events_.emplace_back(std::move(event));
 }
 
 void RecordingStream::OnChunk(const ChatStreamChunk& chunk) {
   if (ApplyFault("OnChunk")) return;  // "empty": ignored
-  Json event = Json::MakeObject({{"event", "chunk"}});
-  const Json fields = ToJson(ombrix_records::Copy(chunk));
-  for (const auto& member : fields.AsObject()) event.Set(member.first, member.second);
-  // The SDK sees an empty attachment list as null: record which it got.
-  event.Set("attachmentsNull", !chunk.attachments);
-  Record(std::move(event));
+  Chunk copy{ombrix_records::Copy(chunk), !chunk.attachments};
+  std::lock_guard<std::mutex> lock(mutex_);
+  events_.emplace_back(std::move(copy));
 }
 
 void RecordingStream::OnToolCall(SharedPtr<ToolCallItf> toolCall) {
@@ -32,7 +29,7 @@ void RecordingStream::OnToolCall(SharedPtr<ToolCallItf> toolCall) {
   std::lock_guard<std::mutex> lock(mutex_);
   event.Set("index", static_cast<uint32_t>(toolCalls_.size()));
   toolCalls_.push_back(std::move(toolCall));
-  events_.Push(std::move(event));
+  events_.emplace_back(std::move(event));
 }
 
 void RecordingStream::OnTodos(const Todo* todos, uint32_t count) {
@@ -49,11 +46,26 @@ void RecordingStream::OnUsage(const Usage& usage) {
 
 void RecordingStream::OnEnd() {
   if (ApplyFault("OnEnd")) return;  // "empty": ignored
-  Record(Json::MakeObject({{"event", "end"}})); }
+  Record(Json::MakeObject({{"event", "end"}}));
+}
 
 Json RecordingStream::Events() const {
   std::lock_guard<std::mutex> lock(mutex_);
-  return events_;
+  Json events = Json(Json::Array());
+  for (const auto& entry : events_) {
+    if (const Json* event = std::get_if<Json>(&entry)) {
+      events.Push(*event);
+      continue;
+    }
+    const Chunk& chunk = std::get<Chunk>(entry);
+    Json event = Json::MakeObject({{"event", "chunk"}});
+    const Json fields = ToJson(chunk.data);
+    for (const auto& member : fields.AsObject()) event.Set(member.first, member.second);
+    // The SDK sees an empty attachment list as null: record which it got.
+    event.Set("attachmentsNull", chunk.attachmentsNull);
+    events.Push(std::move(event));
+  }
+  return events;
 }
 
 bool RecordingStream::CancelToolCall(uint32_t index) {

@@ -3,9 +3,11 @@
 #pragma once
 
 #include <mutex>
+#include <variant>
 #include <vector>
 
 #include "ombrix/chat_stream.h"
+#include "ombrix_addon/records.h"
 #include "support/json.h"
 
 namespace quelt {
@@ -26,10 +28,17 @@ class RecordingStream final : public ChatResponseStreamItf {
   bool CancelToolCall(uint32_t index);
 
  private:
+  // A chunk is kept as its record and described only when events are read:
+  // a stream may carry many thousands, and the SDK should not spend more on
+  // each than the module does.
+  struct Chunk {
+    ombrix_records::ChunkData data;
+    bool attachmentsNull;
+  };
   void Record(Json event);
 
   mutable std::mutex mutex_;
-  Json events_ = Json(Json::Array());
+  std::vector<std::variant<Chunk, Json>> events_;
   std::vector<SharedPtr<ToolCallItf>> toolCalls_;
 };
 
