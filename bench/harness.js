@@ -97,7 +97,7 @@ function figure(value, unit) {
   if (unit === '/s') return value >= 1e6 ? `${(value / 1e6).toFixed(2)} M/s` : `${group(value)}/s`;
   if (unit === 'B') return `${group(value)} B`;
   if (unit === 'x') return `${value.toFixed(2)}x`;
-  return `${value.toFixed(1)} ${unit}`;
+  return `${value >= 100 ? group(value) : value.toFixed(1)} ${unit}`;
 }
 
 function printTable(rows) {

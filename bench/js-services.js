@@ -68,7 +68,7 @@ function groups({ subject, baseline }) {
   const calls = 'SDK → JS service → SDK (setLanguageCode), all in flight';
   const chunks = 'chat stream chunks through onChunk (7 keys)';
   return [{
-    name: calls, n: 20000,
+    name: calls, n: 50000,
     variants: {
       storm: { build: subject, workload: 'js-services.storm' },
       old: baseline && { build: baseline, workload: 'js-services.storm' },
@@ -76,7 +76,7 @@ function groups({ subject, baseline }) {
     },
     rows: (r) => [row(calls, r.storm, r.old, pick), row(calls, r.storm, r.floor, pick)],
   }, {
-    name: chunks, n: 50000,
+    name: chunks, n: 100000,
     variants: {
       chunks: { build: subject, workload: 'js-services.chunks' },
       old: baseline && { build: baseline, workload: 'js-services.chunks' },

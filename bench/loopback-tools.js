@@ -133,7 +133,7 @@ function groups({ subject, fixtures }) {
     rows: (r) => baselines.map(([w]) => row(name, r.tool, r[w], rate$)),
   });
   return [
-    pair('loopback tree search, 300 files (find by name, then search each)', 5, 'search', 'treeSearch',
+    pair('loopback tree search, 300 files (find by name, then search each)', 10, 'search', 'treeSearch',
       [['grepTree', 'grep -rn']]),
     pair('loopback dirList, 5,000 entries', 10, 'flat', 'dirList',
       [['readdirSync', 'readdirSync + lstatSync'], ['readdirPromise', 'fs.promises readdir + lstat']]),

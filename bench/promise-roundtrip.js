@@ -36,7 +36,7 @@ const workloads = {
 };
 
 function groups({ subject, baseline }) {
-  return [[1, 5000], [100, 30000], [1000, 50000]].map(([limit, n]) => {
+  return [[1, 10000], [100, 50000], [1000, 100000]].map(([limit, n]) => {
     const name = `tool promise round trip, ${limit} in flight`;
     return {
       name, n, args: { limit },
