@@ -4,7 +4,7 @@
 // rounds interleaved. Prints one table and writes bench/results.json.
 //   --only <text>    only the groups whose name contains <text> (repeatable)
 //   --no-baseline    no rows against the 5dc05fc build, and do not build it
-//   --rounds <n>     rounds per group (default 5; memory growth runs once)
+//   --rounds <n>     rounds per group (default 5) where a group does not set its own
 // The first run builds the 5dc05fc baseline in bench/.baseline/ (bench/baseline.js).
 const { spawnSync } = require('child_process');
 const fs = require('fs');
