@@ -1,30 +1,35 @@
 'use strict';
 // Module load time: require() of the module (which loads the SDK and starts
-// it) against require() of the smallest addon, each in a fresh process,
-// timed inside that process.
-const { execFileSync } = require('child_process');
-const path = require('path');
-const { helperPath } = require('../lib/binding');
-const { median } = require('./harness');
+// it) in a fresh process, against the 5dc05fc build's and against require()
+// of the smallest addon there is, timed inside that process.
+const { row } = require('./harness');
 
-function loadMs(target) {
-  const source = `const t = process.hrtime.bigint(); require(${JSON.stringify(target)});
-    process.stdout.write(String(Number(process.hrtime.bigint() - t) / 1e6)); process.exit(0);`;
-  return Number(execFileSync(process.execPath, ['-e', source], { encoding: 'utf8' }));
+function loadMs(load) {
+  const start = process.hrtime.bigint();
+  load();
+  return { ms: Number(process.hrtime.bigint() - start) / 1e6 };
 }
 
-async function run() {
-  const moduleMs = [];
-  const floorMs = [];
-  for (let i = 0; i < 9; ++i) {
-    moduleMs.push(loadMs(path.resolve(__dirname, '..')));
-    floorMs.push(loadMs(helperPath('bench', 'ombrix_bench_baseline')));
-  }
-  const subject = median(moduleMs);
-  const baseline = median(floorMs);
-  const ratios = moduleMs.map((m, i) => m / floorMs[i]);
-  return [{ name: 'module load (ms)', subject, baselineName: 'smallest addon (ms)', baseline,
-    ratio: subject / baseline, spread: (Math.max(...ratios) - Math.min(...ratios)) / (subject / baseline), unit: 'ms' }];
+const workloads = {
+  module: (ctx) => loadMs(() => ctx.ombrix),
+  addon: (ctx) => {
+    const file = ctx.floorPath;
+    return loadMs(() => require(file));
+  },
+};
+
+function groups({ subject, baseline }) {
+  const name = 'module load';
+  const ms = { pick: (x) => x.ms, unit: 'ms' };
+  return [{
+    name, n: 1, rounds: 9,
+    variants: {
+      module: { build: subject, workload: 'module-load.module' },
+      old: baseline && { build: baseline, workload: 'module-load.module' },
+      addon: { build: subject, workload: 'module-load.addon', label: 'smallest addon' },
+    },
+    rows: (r) => [row(name, r.module, r.old, ms), row(name, r.module, r.addon, ms)],
+  }];
 }
 
-module.exports = { run };
+module.exports = { workloads, groups };
