@@ -67,7 +67,7 @@ Result X11WindowSystem::WithWindow(Handle window, Result failed, Body body) {
   });
 }
 
-std::vector<WindowSystem::Window> X11WindowSystem::VisibleTitledWindows() {
+std::vector<X11WindowSystem::Window> X11WindowSystem::VisibleTitledWindows() {
   return WithDisplay(std::vector<Window>{}, [](X11Connection& c) {
     std::vector<Window> found;
     const std::vector<xlib::Window> windows = x11::TopFirst(c);
@@ -80,7 +80,7 @@ std::vector<WindowSystem::Window> X11WindowSystem::VisibleTitledWindows() {
   });
 }
 
-WindowSystem::Handle X11WindowSystem::Foreground() {
+X11WindowSystem::Handle X11WindowSystem::Foreground() {
   return WithDisplay(Handle{0}, [](X11Connection& c) { return Handle{x11::Active(c)}; });
 }
 
@@ -133,7 +133,7 @@ bool X11WindowSystem::AwaitActive(Handle window) {
 
 // "direct": already active. "alt": asked of the window manager, as a task
 // switcher asks. "attach": raised and focused past the window manager.
-WindowSystem::Activation X11WindowSystem::Activate(Handle window) {
+X11WindowSystem::Activation X11WindowSystem::Activate(Handle window) {
   const bool exists = WithWindow(window, false, [](X11Connection& c, xlib::Window w) {
     x11::RestoreIfIconic(c, w);
     return true;

@@ -1,4 +1,5 @@
-// WindowSystem over an X11 desktop and its EWMH window manager, with one
+// The window operations of WindowSystem over an X11 desktop and its EWMH
+// window manager (the rest are the same as without a desktop), with one
 // connection shared under a lock (Xlib connections are not for two threads
 // at once). Where the server cannot be reached every call fails with
 // ENOTCONN; a lost server is reconnected to at the next call.
@@ -7,27 +8,32 @@
 #include <memory>
 #include <mutex>
 
-#include "platform/posix/posix_window_system.h"
 #include "platform/posix/x11_connection.h"
+#include "window_system.h"
 
 namespace ombrix_addon {
 
-class X11WindowSystem final : public PosixWindowSystem {
+class X11WindowSystem {
  public:
+  using Handle = WindowSystem::Handle;
+  using Placement = WindowSystem::Placement;
+  using Window = WindowSystem::Window;
+  using Activation = WindowSystem::Activation;
+
   explicit X11WindowSystem(const xlib::Api& api) : api_(api) {}
 
-  std::vector<Window> VisibleTitledWindows() override;
-  Handle Foreground() override;
-  bool BringToForeground(Handle window) override;
-  bool ReadPlacement(Handle window, Placement& placement) override;
-  bool WritePlacement(Handle window, const Placement& placement) override;
-  bool Exists(Handle window) override;
-  bool Minimized(Handle window) override;
-  bool ShownInAltTab(Handle window) override;
-  bool Show(Handle window, int32_t command) override;
-  bool OpenWithShell(const std::string& target) override;
-  uint32_t ProcessOf(Handle window) override;
-  Activation Activate(Handle window) override;
+  std::vector<Window> VisibleTitledWindows();
+  Handle Foreground();
+  bool BringToForeground(Handle window);
+  bool ReadPlacement(Handle window, Placement& placement);
+  bool WritePlacement(Handle window, const Placement& placement);
+  bool Exists(Handle window);
+  bool Minimized(Handle window);
+  bool ShownInAltTab(Handle window);
+  bool Show(Handle window, int32_t command);
+  bool OpenWithShell(const std::string& target);
+  uint32_t ProcessOf(Handle window);
+  Activation Activate(Handle window);
 
  private:
   // Runs body(connection) under the lock; any X error of its requests makes
