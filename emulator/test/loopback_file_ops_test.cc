@@ -19,10 +19,7 @@
 #include "loopback/fs.h"
 #include "scratch_dir.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 namespace {
 
 namespace stdfs = std::filesystem;
@@ -430,7 +427,4 @@ TEST_F(LoopbackFileTest, ConcurrentCallsDoNotInterfere) {
 }
 
 }  // namespace
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -14,9 +14,7 @@
 #include "support/json.h"
 #include "support/record_json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 inline Json MessageJson(const char* message) { return message ? Json(message) : Json(); }
 
@@ -84,6 +82,4 @@ struct TextArg {
   std::string text;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -9,9 +9,7 @@
 #include <optional>
 #include <utility>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 inline uint64_t NextHeldId() {
   static std::atomic<uint64_t> next{1};
@@ -65,6 +63,4 @@ class Held {
   std::map<uint64_t, Value> items_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -9,10 +9,7 @@
 #include "ombrix_addon/records.h"
 #include "support/record_json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace notification {
+namespace quelt::ombrix::emu::notification {
 
 namespace {
 
@@ -113,7 +110,4 @@ Json ObserverEvents(uint64_t observer) {
   return found.second ? found.second->Events() : Json();
 }
 
-}  // namespace notification
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::notification

@@ -8,9 +8,7 @@
 #include "ombrix/chat_stream.h"
 #include "support/json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class RecordingStream final : public ChatResponseStreamItf {
  public:
@@ -33,6 +31,4 @@ class RecordingStream final : public ChatResponseStreamItf {
   std::vector<SharedPtr<ToolCallItf>> toolCalls_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

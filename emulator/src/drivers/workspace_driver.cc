@@ -5,10 +5,7 @@
 #include "drivers/held_objects.h"
 #include "support/record_json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace workspace {
+namespace quelt::ombrix::emu::workspace {
 
 namespace {
 
@@ -43,7 +40,4 @@ Json Drive(const std::string& op, const Json& args, int listener) {
   return DriveError("unknown workspace operation " + op);
 }
 
-}  // namespace workspace
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::workspace

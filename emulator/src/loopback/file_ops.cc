@@ -17,10 +17,7 @@
 #include "loopback/common.h"
 #include "loopback/fs.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 namespace {
 
@@ -626,7 +623,4 @@ DirListResult ListDir(const std::string& path, bool showHidden, const CancelFlag
   });
 }
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback
