@@ -125,7 +125,8 @@ function fromClient(factory) {
     try {
       return await client[factory]();
     } catch (reason) {
-      throw new Error(`${factory}() failed: ${reason instanceof Error ? reason.message : String(reason)}`);
+      throw new Error(`${factory}() failed: ${reason instanceof Error ? reason.message : String(reason)}`,
+        { cause: reason });
     }
   };
 }
