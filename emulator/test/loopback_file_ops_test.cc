@@ -248,7 +248,8 @@ TEST_F(LoopbackFileTest, EmptyRequiredArgumentsFailWithTheirOwnMessage) {
   EXPECT_EQ(ReplaceInTextFile("", "a", "b").errorMessage, "Path is empty");
   EXPECT_EQ(ReplaceInTextFile(path, "", "b").errorMessage, "Text to replace is empty");
   EXPECT_EQ(SearchInTextFile("", "x", true, false, cancel).errorMessage, "Path is empty");
-  EXPECT_EQ(SearchInTextFile(path, "", true, false, cancel).errorMessage, "Search pattern is empty");
+  EXPECT_EQ(SearchInTextFile(path, "", true, false, cancel).errorMessage,
+            "Search pattern is empty");
   EXPECT_EQ(FindByName("", "*", -1, cancel).errorMessage, "Path is empty");
   EXPECT_EQ(FindByName(root_, "", -1, cancel).errorMessage, "Name pattern is empty");
   EXPECT_EQ(ListDir("", false, cancel).errorMessage, "Path is empty");

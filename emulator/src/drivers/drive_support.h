@@ -29,7 +29,8 @@ inline std::optional<uint64_t> HeldId(const Json& value) {
 // The error of a drive whose object (`what`) was found neither under its id
 // nor, without one, in the newest client.
 inline Json MissingError(const std::string& what, std::optional<uint64_t> id) {
-  return DriveError(id ? "no " + what + " " + std::to_string(*id) : "the newest client has no " + what);
+  return DriveError(id ? "no " + what + " " + std::to_string(*id)
+                       : "the newest client has no " + what);
 }
 
 // { code, errorMessage } of any result record (a null message stays null).

@@ -176,6 +176,9 @@ Result Operation(std::initializer_list<Required> required, Body&& body) noexcept
 }
 
 constexpr char kPathEmpty[] = "Path is empty";
+constexpr char kOldTextEmpty[] = "Text to replace is empty";
+constexpr char kSearchPatternEmpty[] = "Search pattern is empty";
+constexpr char kNamePatternEmpty[] = "Name pattern is empty";
 
 }  // namespace
 
@@ -341,7 +344,7 @@ FileWriteResult WriteTextFile(const std::string& path, const std::string& conten
 
 FileReplaceResult ReplaceInTextFile(const std::string& path, const std::string& oldText,
                                     const std::string& newText) noexcept {
-  return Operation<FileReplaceResult>({{path, kPathEmpty}, {oldText, "Text to replace is empty"}}, [&] {
+  return Operation<FileReplaceResult>({{path, kPathEmpty}, {oldText, kOldTextEmpty}}, [&] {
     FileReplaceResult result;
     std::error_code ec;
     std::string original;
@@ -448,7 +451,7 @@ class LineSearcher {
 FileSearchResult SearchInTextFile(const std::string& path, const std::string& pattern,
                                   bool caseSensitive, bool showLineNumbers,
                                   const CancelFlag& cancel) noexcept {
-  return Operation<FileSearchResult>({{path, kPathEmpty}, {pattern, "Search pattern is empty"}}, [&] {
+  return Operation<FileSearchResult>({{path, kPathEmpty}, {pattern, kSearchPatternEmpty}}, [&] {
     FileSearchResult result;
     if (pattern.find('\n') != std::string::npos) {
       result.errorMessage = "Search pattern must not contain a line break";
@@ -510,7 +513,7 @@ FileSearchResult SearchInTextFile(const std::string& path, const std::string& pa
 
 FileFindResult FindByName(const std::string& directory, const std::string& pattern,
                           int32_t maxResults, const CancelFlag& cancel) noexcept {
-  return Operation<FileFindResult>({{directory, kPathEmpty}, {pattern, "Name pattern is empty"}}, [&] {
+  return Operation<FileFindResult>({{directory, kPathEmpty}, {pattern, kNamePatternEmpty}}, [&] {
     FileFindResult result;
     const bool literal = pattern.find_first_of(kFindMetaCharacters) == std::string::npos;
     const size_t limit = maxResults < 0 ? SIZE_MAX : static_cast<size_t>(maxResults);

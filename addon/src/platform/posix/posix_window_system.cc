@@ -149,15 +149,19 @@ bool WindowSystem::ReadPlacement(Handle window, Placement& placement) {
 
 bool WindowSystem::WritePlacement(Handle window, const Placement& placement) {
   if (!impl_) return NotAvailable();
-  return impl_->WithWindow(window, false,
-                           [&](X11Connection& c, xlib::Window w) { return x11::WritePlacement(c, w, placement); });
+  return impl_->WithWindow(window, false, [&](X11Connection& c, xlib::Window w) {
+    return x11::WritePlacement(c, w, placement);
+  });
 }
 
 bool WindowSystem::Exists(Handle window) {
-  return impl_ && impl_->WithDisplay(false, [&](X11Connection& c) { return x11::Exists(c, window); });
+  return impl_ &&
+         impl_->WithDisplay(false, [&](X11Connection& c) { return x11::Exists(c, window); });
 }
 
-bool WindowSystem::Minimized(Handle window) { return impl_ && impl_->WithWindow(window, false, x11::Iconic); }
+bool WindowSystem::Minimized(Handle window) {
+  return impl_ && impl_->WithWindow(window, false, x11::Iconic);
+}
 
 bool WindowSystem::ShownInAltTab(Handle window) {
   return impl_ && impl_->WithWindow(window, false, x11::InAltTab);
@@ -165,8 +169,8 @@ bool WindowSystem::ShownInAltTab(Handle window) {
 
 bool WindowSystem::Show(Handle window, int32_t command) {
   if (!impl_) return NotAvailable();
-  return impl_->WithWindow(window, false,
-                           [&](X11Connection& c, xlib::Window w) { return x11::Show(c, w, command); });
+  return impl_->WithWindow(
+      window, false, [&](X11Connection& c, xlib::Window w) { return x11::Show(c, w, command); });
 }
 
 bool WindowSystem::OpenWithShell(const std::string& target) {
