@@ -69,7 +69,7 @@ describe('scripted', { skip: scripted }, () => {
   });
 });
 
-test('scripted: a lost tool resolves unsuccessfully, a missing one rejects', { skip: scripted }, async () => {
+test('scripted: a tool lost before a call resolves it unsuccessfully, without calling the SDK', { skip: scripted }, async () => {
   const tool = await clientIn('scripted', 'control-lost').createRemoteControlTool();
   const destroyed = { success: false, errorMessage: 'Tool has been destroyed' };
   emu.injectWeakLockFailure('RemoteControlTool');
@@ -80,7 +80,10 @@ test('scripted: a lost tool resolves unsuccessfully, a missing one rejects', { s
   assert.deepEqual(Object.entries(await tool.getDeviceLockScreenStatus('d')),
     [['success', false], ['isLocked', false], ['errorMessage', 'Tool has been destroyed']]);
   assert.deepEqual(emu.calls(), []);
-  const bare = new tool.constructor();
+});
+
+test('scripted: a tool without an SDK tool rejects every call', { skip: scripted }, async () => {
+  const bare = new (await clientIn('scripted', 'control-bare').createRemoteControlTool()).constructor();
   for (const call of [() => bare.connectToDeviceWithUI('d', 0), () => bare.disconnectFromDevice('d', 0),
     () => bare.getDeviceLockScreenStatus('d')]) {
     assert.equal((await rejection(call())).message, 'Tool is not initialized');

@@ -58,18 +58,24 @@ describe('scripted', { skip: scripted }, () => {
   });
 });
 
-test('scripted: a lost tool resolves with errorCode 99, a missing one rejects', { skip: scripted }, async () => {
+test('scripted: a tool lost before a call resolves it with errorCode 99, without calling the SDK', { skip: scripted }, async () => {
   const tool = await clientIn('scripted', 'transfer-lost').createRemoteFileTransferTool();
   for (const method of ['downloadFile', 'uploadFile']) {
     emu.injectWeakLockFailure('RemoteFileTransfer');
     assert.deepEqual(await tool[method]('d', 'l', 'r'), {
       path: '', fileSize: 0, transferTime: 0, errorCode: 99, errorMessage: 'Tool has been destroyed',
     });
-    const reason = await rejection(new tool.constructor()[method]('d', 'l', 'r'));
+  }
+  assert.deepEqual(emu.calls(), []);
+});
+
+test('scripted: a tool without an SDK tool rejects every call', { skip: scripted }, async () => {
+  const bare = new (await clientIn('scripted', 'transfer-bare').createRemoteFileTransferTool()).constructor();
+  for (const method of ['downloadFile', 'uploadFile']) {
+    const reason = await rejection(bare[method]('d', 'l', 'r'));
     assert.equal(reason.constructor, Error);
     assert.equal(reason.message, 'Tool is not initialized');
   }
-  assert.deepEqual(emu.calls(), []);
 });
 
 function sha256(file) {
