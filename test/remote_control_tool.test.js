@@ -20,7 +20,7 @@ describe('scripted', { skip: scripted }, () => {
     tool = await client.createRemoteControlTool();
   });
   after(() => {
-    client = null;  // collected at the end, so that the process can exit
+    client = tool = null;  // collected at the end, so that the process can exit
   });
 
   // Completes the call `start()` makes; resolves with what the SDK received and the result.
@@ -94,6 +94,9 @@ describe('loopback', { skip: scripted }, () => {
   let tool;
   before(async () => {
     tool = await clientIn('loopback', 'control-loopback').createRemoteControlTool();
+  });
+  after(() => {
+    tool = null;  // collected at the end: nothing native is left alive
   });
 
   test('sessions open and close per UI type', async () => {

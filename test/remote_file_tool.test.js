@@ -2,7 +2,7 @@
 // RemoteFileTool against the scripted SDK: arguments as the SDK receives
 // them, result conversion, failures and cancellation.
 const test = require('node:test');
-const { describe, before } = test;
+const { describe, before, after } = test;
 const assert = require('node:assert/strict');
 
 const ombrix = require('..');
@@ -241,6 +241,9 @@ describe('loopback: a real file', () => {
   before(async () => {
     tool = await clientIn('loopback').createRemoteFileTool();
   });
+  after(() => {
+    tool = null;  // collected at the end: nothing native is left alive
+  });
   const fileWith = (name, content) => {
     const file = path.join(dir, name);
     fs.writeFileSync(file, content);
@@ -304,6 +307,9 @@ describe('loopback: a real tree', () => {
       fs.mkdirSync(path.dirname(path.join(root, name)), { recursive: true });
       fs.writeFileSync(path.join(root, name), name);
     }
+  });
+  after(() => {
+    tool = null;  // collected at the end: nothing native is left alive
   });
 
   test('fileFindByName finds hidden and nested matches, with native separators', async () => {

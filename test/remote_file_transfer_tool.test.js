@@ -23,7 +23,7 @@ describe('scripted', { skip: scripted }, () => {
     tool = await client.createRemoteFileTransferTool();
   });
   after(() => {
-    client = null;  // collected at the end, so that the process can exit
+    client = tool = null;  // collected at the end, so that the process can exit
   });
 
   test('an empty factory result rejects with its message', async () => {

@@ -1,6 +1,6 @@
 'use strict';
 const test = require('node:test');
-const { describe, before } = test;
+const { describe, before, after } = test;
 const assert = require('node:assert/strict');
 const fs = require('fs');
 const path = require('path');
@@ -15,6 +15,9 @@ describe('shellExec (scripted)', { skip: scripted }, () => {
   before(async () => {
     emu.setMode('scripted');
     shell = await ombrix.createOmbrixClient({ serverName: 'shell' }).createRemoteShellTool();
+  });
+  after(() => {
+    shell = null;  // collected at the end: nothing native is left alive
   });
 
   test('a missing working directory is a TypeError naming the signature', () => {
@@ -70,6 +73,9 @@ describe('shellExec (loopback)', { timeout: 30000 }, () => {
   let shell;
   before(async () => {
     shell = await clientIn('loopback').createRemoteShellTool();
+  });
+  after(() => {
+    shell = null;  // collected at the end: nothing native is left alive
   });
 
   test('a real command: its output, exit code 0, the working directory', async () => {

@@ -1,6 +1,6 @@
 'use strict';
 const test = require('node:test');
-const { describe, before } = test;
+const { describe, before, after } = test;
 const assert = require('node:assert/strict');
 
 const ombrix = require('..');
@@ -21,6 +21,9 @@ describe('tool service (scripted)', () => {
     const announced = announcedService(client);
     emu.announceToolService();
     service = await announced;
+  });
+  after(() => {
+    service = null;  // collected at the end: nothing native is left alive
   });
 
   test('listTools resolves with the SDK record, every key in order', async () => {
@@ -63,6 +66,9 @@ describe('tool service (loopback)', () => {
   let service;
   before(async () => {
     service = await announcedService(clientIn('loopback'));  // announced once connected
+  });
+  after(() => {
+    service = null;  // collected at the end: nothing native is left alive
   });
 
   test('lists the real tools', async () => {
