@@ -2,6 +2,7 @@
 // AccountTool: string methods, the device list and token-renewal events,
 // scripted and against the loopback device (this machine and its user).
 const test = require('node:test');
+const { describe, before, after } = test;
 const assert = require('node:assert/strict');
 const os = require('os');
 
@@ -116,37 +117,51 @@ test('setObserver: checks its argument, relays renewals in order, replaces callb
   assert.deepEqual(none, []);
 });
 
-test('loopback: the local user and host, fresh tokens and this machine as the device', async () => {
-  const client = clientIn('loopback', 'account-loopback');
-  const [tool, other] = [await client.createAccountTool(), await client.createAccountTool()];
+describe('loopback', () => {
+  let client;
+  let tool;
+  let other;
+  before(async () => {
+    client = clientIn('loopback', 'account-loopback');
+    [tool, other] = [await client.createAccountTool(), await client.createAccountTool()];
+  });
+  after(() => {
+    client = tool = other = null;  // collected at the end, so that the process can exit
+  });
   const identity = async (t) => Object.fromEntries(await Promise.all(
     ['getAccountId', 'getAccountDescription', 'getLocalDeviceId', 'getLocalDeviceName']
       .map(async (m) => [m, await t[m]()])));
-  const first = await identity(tool);
-  assert.deepEqual(await identity(tool), first);   // stable
-  assert.deepEqual(await identity(other), first);  // and the same for every tool
-  assert.equal(first.getAccountDescription, `${os.userInfo().username}@${os.hostname()}`);
-  assert.equal(first.getLocalDeviceName, os.hostname());
-  assert.match(first.getAccountId, /^acct-[0-9a-f]{16}$/);
-  assert.match(first.getLocalDeviceId, /^dev-[0-9a-f]{16}$/);
 
-  const seen = [];
-  tool.setObserver(recorder(seen, 'loopback'));
-  const tokens = [await tool.generateAccountToken(), await tool.generateAccountToken()];
-  const mcp = await tool.generateMcpToken();
-  assert.notEqual(tokens[0], tokens[1]);
-  tokens.forEach((t) => assert.match(t, /^at\.[0-9a-f]{32}$/));
-  assert.match(mcp, /^mcp\.[0-9a-f]{32}$/);
-  // Each generated token is also reported as a renewal.
-  await waitFor(() => seen.length === 3, { what: 'renewal events' });
-  assert.deepEqual(seen.filter((e) => e[1] === 'onTokenUpdated').map((e) => e[2]).sort(), [...tokens].sort());
-  assert.deepEqual(seen.filter((e) => e[1] === 'onMcpTokenUpdated').map((e) => e[2]), [mcp]);
+  test('the identity is the local user and host, the same for every call and tool', async () => {
+    const first = await identity(tool);
+    assert.deepEqual(await identity(tool), first);   // stable
+    assert.deepEqual(await identity(other), first);  // and the same for every tool
+    assert.equal(first.getAccountDescription, `${os.userInfo().username}@${os.hostname()}`);
+    assert.equal(first.getLocalDeviceName, os.hostname());
+    assert.match(first.getAccountId, /^acct-[0-9a-f]{16}$/);
+    assert.match(first.getLocalDeviceId, /^dev-[0-9a-f]{16}$/);
+  });
 
-  const expectedType = { linux: 'PC_LINUX', darwin: 'PC_MAC', win32: 'PC_WINDOWS' }[process.platform] || 'UNKNOWN';
-  assert.deepEqual(await tool.getRemoteDeviceList(), [{
-    deviceId: first.getLocalDeviceId,
-    deviceName: os.hostname(),
-    deviceType: ombrix.RemoteDeviceType[expectedType],
-    deviceStatus: ombrix.RemoteDeviceStatus.ONLINE,
-  }]);
+  test('generated tokens are fresh, and each is reported as a renewal', async () => {
+    const seen = [];
+    tool.setObserver(recorder(seen, 'loopback'));
+    const tokens = [await tool.generateAccountToken(), await tool.generateAccountToken()];
+    const mcp = await tool.generateMcpToken();
+    assert.notEqual(tokens[0], tokens[1]);
+    tokens.forEach((t) => assert.match(t, /^at\.[0-9a-f]{32}$/));
+    assert.match(mcp, /^mcp\.[0-9a-f]{32}$/);
+    await waitFor(() => seen.length === 3, { what: 'renewal events' });
+    assert.deepEqual(seen.filter((e) => e[1] === 'onTokenUpdated').map((e) => e[2]).sort(), [...tokens].sort());
+    assert.deepEqual(seen.filter((e) => e[1] === 'onMcpTokenUpdated').map((e) => e[2]), [mcp]);
+  });
+
+  test('the device list holds this machine, online, typed by platform', async () => {
+    const expectedType = { linux: 'PC_LINUX', darwin: 'PC_MAC', win32: 'PC_WINDOWS' }[process.platform] || 'UNKNOWN';
+    assert.deepEqual(await tool.getRemoteDeviceList(), [{
+      deviceId: await tool.getLocalDeviceId(),
+      deviceName: os.hostname(),
+      deviceType: ombrix.RemoteDeviceType[expectedType],
+      deviceStatus: ombrix.RemoteDeviceStatus.ONLINE,
+    }]);
+  });
 });

@@ -1,6 +1,7 @@
 'use strict';
 // Audit sessions held by a JavaScript audit manager, driven from SDK threads.
 const test = require('node:test');
+const { describe, before } = test;
 const assert = require('node:assert/strict');
 
 const ombrix = require('..');
@@ -41,28 +42,45 @@ test.after(() => ombrix.setLogger(null));
 const outcome = (report) => [report.code, report.errorMessage];
 const file = 'addon/src/audit_session_manager_wrap';
 
-test('create, list, start, stop and report from SDK threads; the cached info follows getInfo', async () => {
-  const created = await emu.audit.createSession();
-  assert.deepEqual([created.code, created.onJsThread, created.calls], [0, true, 1]);
-  assert.deepEqual(created.session.cachedInfo, { sessionId: 'a0', status: 0, createdAt: 100, lastActiveAt: 0 });
-  const id = created.session.id;
-  const listed = await emu.audit.getSessions();
-  assert.deepEqual(listed.sessions.map((s) => s.cachedInfo.sessionId), ['a0']);
+describe('the SDK drives a session from its threads', () => {
+  let created;
+  let id;
+  before(async () => {
+    created = await emu.audit.createSession();
+    id = created.session.id;
+  });
 
-  assert.deepEqual(outcome(await emu.audit.start(id, '{"screen":true}')), [0, null]);
-  assert.equal(sessions[0].started, '{"screen":true}');
-  await emu.audit.start(id, null);
-  assert.equal(sessions[0].started, '');
-  assert.deepEqual(outcome(await emu.audit.stop(id)), [0, null]);
-  const report = await emu.audit.getReport(id);
-  assert.deepEqual([report.code, report.report], [0, { fileUrl: 'file:///a0.zip', createdAt: 300 }]);
+  test('createSession answers once, on the JavaScript thread, with the session\'s info', () => {
+    assert.deepEqual([created.code, created.onJsThread, created.calls], [0, true, 1]);
+    assert.deepEqual(created.session.cachedInfo, { sessionId: 'a0', status: 0, createdAt: 100, lastActiveAt: 0 });
+  });
 
-  const info = await emu.audit.getInfo(id);
-  assert.deepEqual([info.code, info.info.status, info.info.lastActiveAt], [0, ombrix.AuditSessionStatus.RUNNING, 200]);
-  assert.deepEqual(emu.audit.getCachedInfo(id), info.info);
+  test('getSessions lists the sessions, passing over what is not one', async () => {
+    const listed = await emu.audit.getSessions();
+    assert.deepEqual(listed.sessions.map((s) => s.cachedInfo.sessionId), ['a0']);
+  });
+
+  test('start hands JavaScript its options, a null one as ""', async () => {
+    assert.deepEqual(outcome(await emu.audit.start(id, '{"screen":true}')), [0, null]);
+    assert.equal(sessions[0].started, '{"screen":true}');
+    await emu.audit.start(id, null);
+    assert.equal(sessions[0].started, '');
+  });
+
+  test('stop and getReport answer with their records', async () => {
+    assert.deepEqual(outcome(await emu.audit.stop(id)), [0, null]);
+    const report = await emu.audit.getReport(id);
+    assert.deepEqual([report.code, report.report], [0, { fileUrl: 'file:///a0.zip', createdAt: 300 }]);
+  });
+
+  test('getInfo answers, and the cached info follows it', async () => {
+    const info = await emu.audit.getInfo(id);
+    assert.deepEqual([info.code, info.info.status, info.info.lastActiveAt], [0, ombrix.AuditSessionStatus.RUNNING, 200]);
+    assert.deepEqual(emu.audit.getCachedInfo(id), info.info);
+  });
 });
 
-test('failures: one method check warned about, a missing code is success, getInfo rules', async () => {
+test('session method failures: one method check warned about, a missing code is success, getInfo rules', async () => {
   const { session } = await emu.audit.createSession();
   const js = sessions.at(-1);
   lines.length = 0;
@@ -88,7 +106,9 @@ test('failures: one method check warned about, a missing code is success, getInf
   await waitFor(() => lines.length >= warnings.length, { what: 'warnings' });
   assert.deepEqual(lines, warnings);
   assert.equal(emu.audit.getCachedInfo(session.id).sessionId, 'a1');  // failed getInfo calls keep the cache
+});
 
+test('createSession failures: no result record; a session that is not an object', async () => {
   manager.createSession = async () => 5;
   assert.deepEqual(outcome(await emu.audit.createSession()), [8, 'CreateAuditSessionResult not returned']);
   manager.createSession = async () => ({ code: 3, session: 'not an object' });

@@ -57,33 +57,55 @@ test('session info and history: every key, defaults, BigInt, truncation, skipped
   });
 });
 
-test('stream records: chunks, tool calls, todos and usage with every field', async () => {
-  const { events } = await roundTrip(undefined, [
+async function streamedEvents(calls) {
+  const { events } = await roundTrip(undefined, [...calls, ['onEnd']]);
+  assert.equal(events.pop().event, 'end');
+  return events;
+}
+
+test('stream chunks: every field, an empty attachment list as null, a BigInt time exact', async () => {
+  const events = await streamedEvents([
     ['onChunk', { type: 5, content: 'thinking', attachments: [], suggestions: ['a'], createdAt: 9007199254740993n }],
     ['onChunk', { attachments: [{ fileId: 'x' }] }],
     ['onChunk', 'not an object'],
-    ['onToolCall', { type: 1, title: 'T', description: 'D', toolName: 'grep', toolArgs: '{"q":1}',
-      createdAt: 5, result: { success: true, content: 'out', errorMessage: 'e', durationMs: 12n } }],
-    ['onToolCall', { result: 'not an object' }],
-    ['onTodos', [{ id: '1', title: 't', description: 'd', status: 2, createdAt: 1, updatedAt: 2 }, 3, null]],
-    ['onTodos', []],
-    ['onTodos', { length: 1 }],
-    ['onUsage', { eventId: 'u', modelName: 'm', createdAt: 1, inputTokens: 2n, outputTokens: 3,
-      cachedTokens: 4, businessPoints: 5, businessCost: 6 }],
-    ['onEnd'],
   ]);
-  assert.deepEqual(events.map((e) => e.event),
-    ['chunk', 'chunk', 'toolCall', 'toolCall', 'todos', 'todos', 'usage', 'end']);
+  assert.deepEqual(events.map((e) => e.event), ['chunk', 'chunk']);  // the non-object is skipped
   assert.equal(events[0].attachmentsNull, true);  // an empty list reaches the SDK as null
   assert.equal(events[0].createdAt, 9007199254740992);  // 2^53+1 as a BigInt, read exactly
   assert.deepEqual([events[1].attachmentsNull, events[1].attachments[0].fileId], [false, 'x']);
-  assert.deepEqual(events[2].call, { type: 1, title: 'T', description: 'D', toolName: 'grep',
+});
+
+test('stream tool calls: every field; a result that is not an object reads as defaults', async () => {
+  const events = await streamedEvents([
+    ['onToolCall', { type: 1, title: 'T', description: 'D', toolName: 'grep', toolArgs: '{"q":1}',
+      createdAt: 5, result: { success: true, content: 'out', errorMessage: 'e', durationMs: 12n } }],
+    ['onToolCall', { result: 'not an object' }],
+  ]);
+  assert.deepEqual(events.map((e) => e.event), ['toolCall', 'toolCall']);
+  assert.deepEqual(events[0].call, { type: 1, title: 'T', description: 'D', toolName: 'grep',
     toolArgs: '{"q":1}', createdAt: 5, result: { success: true, content: 'out', errorMessage: 'e', durationMs: 12 } });
-  assert.deepEqual(events[3].call.result, { success: false, content: '', errorMessage: '', durationMs: 0 });
-  assert.deepEqual([events[4].count, events[4].todos[0]],
+  assert.deepEqual(events[1].call.result, { success: false, content: '', errorMessage: '', durationMs: 0 });
+});
+
+test('stream todos: elements that are not todos are skipped; a non-array sends nothing', async () => {
+  const events = await streamedEvents([
+    ['onTodos', [{ id: '1', title: 't', description: 'd', status: 2, createdAt: 1, updatedAt: 2 }, 3, null]],
+    ['onTodos', []],
+    ['onTodos', { length: 1 }],
+  ]);
+  assert.deepEqual(events.map((e) => e.event), ['todos', 'todos']);
+  assert.deepEqual([events[0].count, events[0].todos[0]],
     [1, { id: '1', title: 't', description: 'd', status: 2, createdAt: 1, updatedAt: 2 }]);
-  assert.equal(events[5].count, 0);
-  assert.deepEqual(events[6].usage, { eventId: 'u', modelName: 'm', createdAt: 1, inputTokens: 2,
+  assert.equal(events[1].count, 0);
+});
+
+test('stream usage: every field, BigInt counts as numbers', async () => {
+  const events = await streamedEvents([
+    ['onUsage', { eventId: 'u', modelName: 'm', createdAt: 1, inputTokens: 2n, outputTokens: 3,
+      cachedTokens: 4, businessPoints: 5, businessCost: 6 }],
+  ]);
+  assert.deepEqual(events.map((e) => e.event), ['usage']);
+  assert.deepEqual(events[0].usage, { eventId: 'u', modelName: 'm', createdAt: 1, inputTokens: 2,
     outputTokens: 3, cachedTokens: 4, businessPoints: 5, businessCost: 6 });
 });
 

@@ -1,5 +1,6 @@
 'use strict';
 const test = require('node:test');
+const { describe, before, after } = test;
 const assert = require('node:assert/strict');
 
 const ombrix = require('..');
@@ -158,7 +159,7 @@ test('close() releases the client: the process ends by itself, its methods refus
   assert.deepEqual(JSON.parse(stdout), { refused: 'Client is not initialized', read: true, dispose: 'symbol' });
 });
 
-test('errors carry a stable code beside their exact text', async () => {
+describe('errors carry a stable code beside their exact text', () => {
   const thrown = (fn) => {
     try {
       fn();
@@ -171,37 +172,62 @@ test('errors carry a stable code beside their exact text', async () => {
     const e = await rejection(promise);
     return [e.constructor.name, e.code, e.message];
   };
-  const client = ombrix.createOmbrixClient({ serverName: 'codes' });
-  assert.deepEqual(thrown(() => ombrix.createOmbrixClient()),
-    ['TypeError', 'ERR_OMBRIX_INVALID_ARG', 'Expected at least 1 argument: config']);
-  emu.injectFault('CreateOmbrixClient', 'throw');
-  assert.deepEqual(thrown(() => ombrix.createOmbrixClient({ serverName: 'x' })).slice(0, 2),
-    ['Error', 'ERR_OMBRIX_SDK_FAILURE']);
+  let client;
+  before(() => {
+    client = ombrix.createOmbrixClient({ serverName: 'codes' });
+  });
+  after(() => {
+    client = null;  // collected at the end, so that the process can exit
+  });
 
-  const files = await client.createRemoteFileTool();
-  assert.deepEqual(await rejected(new files.constructor().fileRead('d', 'p')),
-    ['Error', 'ERR_OMBRIX_NOT_INITIALIZED', 'Tool is not initialized']);
-  const dropped = files.fileRead('d', 'p');
-  emu.drop(await emu.nextCall('ReadFile'));
-  assert.deepEqual(await rejected(dropped),
-    ['Error', 'ERR_OMBRIX_NO_RESULT', 'The SDK dropped the operation without a result']);
-  const account = await client.createAccountTool();
-  emu.injectWeakLockFailure('AccountTool');
-  assert.deepEqual(await rejected(account.getAccountId()),
-    ['Error', 'ERR_OMBRIX_TOOL_DESTROYED', 'Tool has been destroyed']);
+  test('ERR_OMBRIX_INVALID_ARG', () => {
+    assert.deepEqual(thrown(() => ombrix.createOmbrixClient()),
+      ['TypeError', 'ERR_OMBRIX_INVALID_ARG', 'Expected at least 1 argument: config']);
+  });
 
-  const unavailable = client.getFernwickWorkspace();
-  emu.complete(await emu.nextCall('GetFernwickWorkspace'), '');
-  assert.deepEqual(await rejected(unavailable), ['Error', 'ERR_OMBRIX_UNAVAILABLE', 'Fernwick workspace not available']);
-  const aborted = client.getFernwickWorkspace();
-  emu.drop(await emu.nextCall('GetFernwickWorkspace'));
-  assert.deepEqual(await rejected(aborted), ['Error', 'ERR_OMBRIX_ABORTED', 'Fernwick workspace request aborted']);
+  test('ERR_OMBRIX_SDK_FAILURE', () => {
+    emu.injectFault('CreateOmbrixClient', 'throw');
+    assert.deepEqual(thrown(() => ombrix.createOmbrixClient({ serverName: 'x' })).slice(0, 2),
+      ['Error', 'ERR_OMBRIX_SDK_FAILURE']);
+  });
 
-  client.close();
-  assert.deepEqual(thrown(() => client.createRemoteFileTool()),
-    ['Error', 'ERR_OMBRIX_NOT_INITIALIZED', 'Client is not initialized']);
-  const region = new ombrix.ShmRegion();
-  assert.deepEqual(thrown(() => region.readBytes(0, 1)), ['Error', 'ERR_OMBRIX_NOT_OPEN', 'ShmRegion is not open']);
+  test('ERR_OMBRIX_NOT_INITIALIZED: a tool without an SDK tool, a closed client', async () => {
+    const files = await client.createRemoteFileTool();
+    assert.deepEqual(await rejected(new files.constructor().fileRead('d', 'p')),
+      ['Error', 'ERR_OMBRIX_NOT_INITIALIZED', 'Tool is not initialized']);
+    const closed = ombrix.createOmbrixClient({ serverName: 'codes-closed' });
+    closed.close();
+    assert.deepEqual(thrown(() => closed.createRemoteFileTool()),
+      ['Error', 'ERR_OMBRIX_NOT_INITIALIZED', 'Client is not initialized']);
+  });
+
+  test('ERR_OMBRIX_NO_RESULT', async () => {
+    const dropped = (await client.createRemoteFileTool()).fileRead('d', 'p');
+    emu.drop(await emu.nextCall('ReadFile'));
+    assert.deepEqual(await rejected(dropped),
+      ['Error', 'ERR_OMBRIX_NO_RESULT', 'The SDK dropped the operation without a result']);
+  });
+
+  test('ERR_OMBRIX_TOOL_DESTROYED', async () => {
+    const account = await client.createAccountTool();
+    emu.injectWeakLockFailure('AccountTool');
+    assert.deepEqual(await rejected(account.getAccountId()),
+      ['Error', 'ERR_OMBRIX_TOOL_DESTROYED', 'Tool has been destroyed']);
+  });
+
+  test('ERR_OMBRIX_UNAVAILABLE and ERR_OMBRIX_ABORTED from the workspace', async () => {
+    const unavailable = client.getFernwickWorkspace();
+    emu.complete(await emu.nextCall('GetFernwickWorkspace'), '');
+    assert.deepEqual(await rejected(unavailable), ['Error', 'ERR_OMBRIX_UNAVAILABLE', 'Fernwick workspace not available']);
+    const aborted = client.getFernwickWorkspace();
+    emu.drop(await emu.nextCall('GetFernwickWorkspace'));
+    assert.deepEqual(await rejected(aborted), ['Error', 'ERR_OMBRIX_ABORTED', 'Fernwick workspace request aborted']);
+  });
+
+  test('ERR_OMBRIX_NOT_OPEN', () => {
+    const region = new ombrix.ShmRegion();
+    assert.deepEqual(thrown(() => region.readBytes(0, 1)), ['Error', 'ERR_OMBRIX_NOT_OPEN', 'ShmRegion is not open']);
+  });
 });
 
 test('strings bound for the SDK with an embedded NUL are refused, naming the argument, before anything starts', async () => {

@@ -94,7 +94,9 @@ test('random arguments and receivers never crash: results, Promises or Errors on
     let made = null;
     try {
       made = await client[name]();
-    } catch {}  // a factory this SDK does not offer
+    } catch {
+      // a factory this SDK does not offer
+    }
     if (made && typeof made === 'object' && made.constructor) targets.push([made.constructor.name, made]);
   }
 

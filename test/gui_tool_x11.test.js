@@ -60,30 +60,49 @@ posixTest('GuiTool on an X11 desktop', { skip }, async (t) => {
     assert.equal(tool.isWindow(hidden), true);
   });
 
-  await t.test('placement: the client rectangle round-trips; minimised and maximised states', async () => {
+  // A new window, moved to [100, 120, 500, 420]; resolves with its placement.
+  const movedWindow = async () => {
     const hwnd = await client.create({ title: 'ombrix placement' });
-    const placement = tool.getWindowPlacement(hwnd);
-    assert.equal(placement.length, 44);
-    assert.deepEqual([placement.readUInt32LE(0), placement.readUInt32LE(SHOW_CMD)], [44, SW.SHOWNORMAL]);
-
-    const moved = withRect(placement, [100, 120, 500, 420]);
+    const moved = withRect(tool.getWindowPlacement(hwnd), [100, 120, 500, 420]);
     assert.equal(tool.setWindowPlacement(hwnd, moved), true);
     await settled('the new rectangle', () => rectOf(tool.getWindowPlacement(hwnd)).join() === '100,120,500,420');
-
+    return { hwnd, moved };
+  };
+  const maximiseThenMinimise = async (hwnd) => {
     assert.equal(tool.showWindow(hwnd, SW.MAXIMIZE), true);
     await settled('maximised', () => showCmd(hwnd) === SW.MAXIMIZE);
     assert.equal(tool.showWindow(hwnd, SW.MINIMIZE), true);
     await settled('minimised', () => tool.isIconic(hwnd));
+  };
+
+  await t.test('placement: 44 bytes, shown normally; the client rectangle round-trips', async () => {
+    const hwnd = await client.create({ title: 'ombrix placement' });
+    const placement = tool.getWindowPlacement(hwnd);
+    assert.equal(placement.length, 44);
+    assert.deepEqual([placement.readUInt32LE(0), placement.readUInt32LE(SHOW_CMD)], [44, SW.SHOWNORMAL]);
+    assert.equal(tool.setWindowPlacement(hwnd, withRect(placement, [100, 120, 500, 420])), true);
+    await settled('the new rectangle', () => rectOf(tool.getWindowPlacement(hwnd)).join() === '100,120,500,420');
+  });
+
+  await t.test('placement: a maximised window minimised restores to maximised', async () => {
+    const { hwnd } = await movedWindow();
+    await maximiseThenMinimise(hwnd);
     const minimised = tool.getWindowPlacement(hwnd);
     assert.equal(minimised.readUInt32LE(SHOW_CMD), SW.SHOWMINIMIZED);
     assert.equal(minimised.readUInt32LE(FLAGS), RESTORE_TO_MAXIMIZED);
+  });
 
-    // A normal placement restores, leaves the maximised state and moves.
+  await t.test('placement: a normal one restores a minimised maximised window, unmaximised and moved', async () => {
+    const { hwnd, moved } = await movedWindow();
+    await maximiseThenMinimise(hwnd);
     assert.equal(tool.setWindowPlacement(hwnd, withRect(moved, [60, 80, 460, 380])), true);
     await settled('normal again', () => showCmd(hwnd) === SW.SHOWNORMAL &&
       rectOf(tool.getWindowPlacement(hwnd)).join() === '60,80,460,380');
     assert.equal(tool.isIconic(hwnd), false);
+  });
 
+  await t.test('placement: a short buffer or an empty rectangle is refused', async () => {
+    const { hwnd, moved } = await movedWindow();
     assert.equal(tool.setWindowPlacement(hwnd, moved.subarray(0, 43)), false);
     assert.equal(tool.setWindowPlacement(hwnd, withRect(moved, [100, 120, 100, 420])), false);
     assert.equal(tool.getLastError(), EINVAL);

@@ -2,6 +2,7 @@
 // RemoteFileTool against the scripted SDK: arguments as the SDK receives
 // them, result conversion, failures and cancellation.
 const test = require('node:test');
+const { describe, before, after } = test;
 const assert = require('node:assert/strict');
 
 const ombrix = require('..');
@@ -81,15 +82,18 @@ test('records convert key by key, 64-bit fields as numbers, arrays in order', { 
   assert.equal(search.matches, '1:a\n2:b');
 });
 
-test('a missing tool rejects, a tool lost before the call resolves unsuccessfully', { skip: scripted }, async () => {
-  const tool = await newTool();
-  const bare = new tool.constructor();
+test('a tool without an SDK tool rejects every call', { skip: scripted }, async () => {
+  const bare = new (await newTool()).constructor();
   for (const call of [() => bare.fileRead('d', 'p'), () => bare.fileSearch('d', 'p', 'x'),
     () => bare.dirList('d', '/')]) {
     const reason = await rejection(call());
     assert.equal(reason.constructor, Error);
     assert.equal(reason.message, 'Tool is not initialized');
   }
+});
+
+test('a tool lost before a call resolves it unsuccessfully, without calling the SDK', { skip: scripted }, async () => {
+  const tool = await newTool();
   for (const call of [() => tool.fileRead('d', 'p'), () => tool.fileWrite('d', 'p', 'c'),
     () => tool.fileReplace('d', 'p', 'a', 'b')]) {
     emu.injectWeakLockFailure('RemoteFileTool');
@@ -98,7 +102,10 @@ test('a missing tool rejects, a tool lost before the call resolves unsuccessfull
     assert.equal(result.errorMessage, 'Tool has been destroyed');
   }
   assert.deepEqual(emu.calls(), []);  // the SDK was never called
-  // The cancellable operations call through the member and are unaffected.
+});
+
+test('cancellable operations call through the tool they hold, never re-locking it', { skip: scripted }, async () => {
+  const tool = await newTool();
   emu.injectWeakLockFailure('RemoteFileTool');
   const listed = tool.dirList('d', '/');
   emu.complete(await emu.nextCall('ListDirectory'), { success: true });
@@ -229,67 +236,111 @@ const { clientIn, scratchDir } = require('./helpers');
 const dir = scratchDir(test);
 const windows = process.platform === 'win32';
 
-test('loopback: write, read, replace and search a real file', async () => {
-  const tool = await clientIn('loopback').createRemoteFileTool();
-  const file = path.join(dir, 'nested', 'notes.txt');
-  const written = await tool.fileWrite('local', file, 'alpha\nBeta\ngamma beta\n');
-  assert.equal(written.success, true, written.errorMessage);
-  assert.equal((await tool.fileWrite('local', file, 'delta\n', true)).success, true);
-  assert.equal(fs.readFileSync(file, 'utf8'), 'alpha\nBeta\ngamma beta\ndelta\n');
+describe('loopback: a real file', () => {
+  let tool;
+  before(async () => {
+    tool = await clientIn('loopback').createRemoteFileTool();
+  });
+  after(() => {
+    tool = null;  // collected at the end: nothing native is left alive
+  });
+  const fileWith = (name, content) => {
+    const file = path.join(dir, name);
+    fs.writeFileSync(file, content);
+    return file;
+  };
 
-  const read = await tool.fileRead('local', file, 2, 3);
-  assert.deepEqual([read.success, read.content, read.dataStartLine, read.dataEndLine,
-    read.originalLineCount, read.isTruncated], [true, 'Beta\ngamma beta\n', 2, 3, 4, false]);
+  test('fileWrite creates the parent folders, then appends', async () => {
+    const file = path.join(dir, 'nested', 'notes.txt');
+    const written = await tool.fileWrite('local', file, 'alpha\nBeta\ngamma beta\n');
+    assert.equal(written.success, true, written.errorMessage);
+    assert.equal((await tool.fileWrite('local', file, 'delta\n', true)).success, true);
+    assert.equal(fs.readFileSync(file, 'utf8'), 'alpha\nBeta\ngamma beta\ndelta\n');
+  });
 
-  const insensitive = await tool.fileSearch('local', file, 'beta');
-  assert.deepEqual([insensitive.matches, insensitive.matchCount], ['2:Beta\n3:gamma beta\n', 2]);
-  const sensitive = await tool.fileSearch('local', file, 'beta', true, false);
-  assert.deepEqual([sensitive.matches, sensitive.matchCount], ['gamma beta\n', 1]);
+  test('fileRead returns the lines asked for and counts them all', async () => {
+    const read = await tool.fileRead('local', fileWith('read.txt', 'alpha\nBeta\ngamma beta\ndelta\n'), 2, 3);
+    assert.deepEqual([read.success, read.content, read.dataStartLine, read.dataEndLine,
+      read.originalLineCount, read.isTruncated], [true, 'Beta\ngamma beta\n', 2, 3, 4, false]);
+  });
 
-  const replaced = await tool.fileReplace('local', file, 'beta', 'BETA');
-  assert.equal(replaced.success, true);
-  assert.match(replaced.message, /1/);
-  assert.equal(fs.readFileSync(file, 'utf8'), 'alpha\nBeta\ngamma BETA\ndelta\n');
+  test('fileSearch ignores case and numbers lines unless told otherwise', async () => {
+    const file = fileWith('search.txt', 'alpha\nBeta\ngamma beta\ndelta\n');
+    const insensitive = await tool.fileSearch('local', file, 'beta');
+    assert.deepEqual([insensitive.matches, insensitive.matchCount], ['2:Beta\n3:gamma beta\n', 2]);
+    const sensitive = await tool.fileSearch('local', file, 'beta', true, false);
+    assert.deepEqual([sensitive.matches, sensitive.matchCount], ['gamma beta\n', 1]);
+  });
 
-  // Beyond Windows' MAX_PATH.
-  const far = path.join(dir, ...Array(12).fill('abcdefghijklmnopqrstuvwxyz'), 'far.txt');
-  assert.equal((await tool.fileWrite('local', far, 'far\n', false, true)).success, true);
-  assert.equal((await tool.fileReplace('local', far, 'far', 'near')).success, true);
-  assert.equal((await tool.fileRead('local', far)).content, 'near\n');
+  test('fileReplace rewrites the file and counts what it replaced', async () => {
+    const file = fileWith('replace.txt', 'alpha\nBeta\ngamma beta\ndelta\n');
+    const replaced = await tool.fileReplace('local', file, 'beta', 'BETA');
+    assert.equal(replaced.success, true);
+    assert.match(replaced.message, /1/);
+    assert.equal(fs.readFileSync(file, 'utf8'), 'alpha\nBeta\ngamma BETA\ndelta\n');
+  });
 
-  // The same messages from every platform's errors.
-  const absent = path.join(dir, 'absent.txt');
-  const missing = await tool.fileRead('local', absent);
-  assert.deepEqual([missing.success, missing.errorMessage], [false, `No such file or directory: ${absent}`]);
-  assert.equal((await tool.fileRead('local', dir)).errorMessage, `Is a directory: ${dir}`);
-  assert.equal((await tool.fileWrite('local', dir, 'x')).errorMessage, `Is a directory: ${dir}`);
-  const noParent = await tool.fileWrite('local', path.join(dir, 'no', 'dir', 'f'), 'x', false, false);
-  assert.equal(noParent.success, false);
+  test('paths beyond Windows\' MAX_PATH are written, replaced and read', async () => {
+    const far = path.join(dir, ...Array(12).fill('abcdefghijklmnopqrstuvwxyz'), 'far.txt');
+    assert.equal((await tool.fileWrite('local', far, 'far\n', false, true)).success, true);
+    assert.equal((await tool.fileReplace('local', far, 'far', 'near')).success, true);
+    assert.equal((await tool.fileRead('local', far)).content, 'near\n');
+  });
+
+  test('failures carry the same messages from every platform', async () => {
+    const absent = path.join(dir, 'absent.txt');
+    const missing = await tool.fileRead('local', absent);
+    assert.deepEqual([missing.success, missing.errorMessage], [false, `No such file or directory: ${absent}`]);
+    assert.equal((await tool.fileRead('local', dir)).errorMessage, `Is a directory: ${dir}`);
+    assert.equal((await tool.fileWrite('local', dir, 'x')).errorMessage, `Is a directory: ${dir}`);
+    const noParent = await tool.fileWrite('local', path.join(dir, 'no', 'dir', 'f'), 'x', false, false);
+    assert.equal(noParent.success, false);
+  });
 });
 
-test('loopback: find by name and list a real tree', async () => {
-  const tool = await clientIn('loopback').createRemoteFileTool();
+describe('loopback: a real tree', () => {
   const root = path.join(dir, 'tree');
-  for (const name of ['a.c', 'b.c', 'c.h', 'sub/d.c', 'sub/e.txt', '.hidden.c']) {
-    fs.mkdirSync(path.dirname(path.join(root, name)), { recursive: true });
-    fs.writeFileSync(path.join(root, name), name);
-  }
-  const all = await tool.fileFindByName('local', root, '*.c');
-  assert.deepEqual(all.filePaths.map((p) => path.relative(root, p)).sort(),
-    ['.hidden.c', 'a.c', 'b.c', path.join('sub', 'd.c')]);
-  assert.ok(all.filePaths.every((p) => p.startsWith(root + path.sep)), 'native separators');
-  assert.deepEqual([all.totalFound, all.truncated], [4, false]);
-  const limited = await tool.fileFindByName('local', root, '*.c', 2);
-  assert.deepEqual([limited.filePaths.length, limited.totalFound, limited.truncated], [2, 4, true]);
+  let tool;
+  before(async () => {
+    tool = await clientIn('loopback').createRemoteFileTool();
+    for (const name of ['a.c', 'b.c', 'c.h', 'sub/d.c', 'sub/e.txt', '.hidden.c']) {
+      fs.mkdirSync(path.dirname(path.join(root, name)), { recursive: true });
+      fs.writeFileSync(path.join(root, name), name);
+    }
+  });
+  after(() => {
+    tool = null;  // collected at the end: nothing native is left alive
+  });
 
-  const listed = await tool.dirList('local', root);
-  assert.deepEqual(listed.entries.map((e) => [e.name, e.type]), [['a.c', 1], ['b.c', 1], ['c.h', 1], ['sub', 2]]);
-  assert.deepEqual([listed.fileCount, listed.directoryCount, listed.totalSize], [3, 1, 9]);
-  assert.ok(listed.entries.every((e) => typeof e.modifiedTime === 'number' && e.modifiedTime > 0));
-  const hidden = await tool.dirList('local', root, true);
-  assert.equal(hidden.entries[0].name, '.hidden.c');
-  const notDir = await tool.dirList('local', path.join(root, 'a.c'));
-  assert.deepEqual([notDir.success, notDir.errorMessage], [false, `Not a directory: ${path.join(root, 'a.c')}`]);
+  test('fileFindByName finds hidden and nested matches, with native separators', async () => {
+    const all = await tool.fileFindByName('local', root, '*.c');
+    assert.deepEqual(all.filePaths.map((p) => path.relative(root, p)).sort(),
+      ['.hidden.c', 'a.c', 'b.c', path.join('sub', 'd.c')]);
+    assert.ok(all.filePaths.every((p) => p.startsWith(root + path.sep)), 'native separators');
+    assert.deepEqual([all.totalFound, all.truncated], [4, false]);
+  });
+
+  test('fileFindByName with a limit truncates and still counts every match', async () => {
+    const limited = await tool.fileFindByName('local', root, '*.c', 2);
+    assert.deepEqual([limited.filePaths.length, limited.totalFound, limited.truncated], [2, 4, true]);
+  });
+
+  test('dirList sorts entries with their types, counts, sizes and times', async () => {
+    const listed = await tool.dirList('local', root);
+    assert.deepEqual(listed.entries.map((e) => [e.name, e.type]), [['a.c', 1], ['b.c', 1], ['c.h', 1], ['sub', 2]]);
+    assert.deepEqual([listed.fileCount, listed.directoryCount, listed.totalSize], [3, 1, 9]);
+    assert.ok(listed.entries.every((e) => typeof e.modifiedTime === 'number' && e.modifiedTime > 0));
+  });
+
+  test('dirList shows hidden entries only when asked', async () => {
+    const hidden = await tool.dirList('local', root, true);
+    assert.equal(hidden.entries[0].name, '.hidden.c');
+  });
+
+  test('dirList of a file fails with "Not a directory"', async () => {
+    const notDir = await tool.dirList('local', path.join(root, 'a.c'));
+    assert.deepEqual([notDir.success, notDir.errorMessage], [false, `Not a directory: ${path.join(root, 'a.c')}`]);
+  });
 });
 
 // A file that never ends: a FIFO fed by `yes`, or on Windows a named pipe

@@ -2,6 +2,7 @@
 // RemoteFileTransferTool: scripted (arguments, conversion, lost tool) and
 // loopback (real copies on this machine, failures and cancellation).
 const test = require('node:test');
+const { describe, before, after } = test;
 const assert = require('node:assert/strict');
 const crypto = require('crypto');
 const fs = require('fs');
@@ -14,44 +15,67 @@ collectAfterAll(test);
 const { FileTransferErrorCode } = ombrix;
 const EXPECTED = 'Expected (deviceId: string, localPath: string, remotePath: string)';
 
-test('scripted: factory, argument checks, arguments sent and key order', { skip: scripted }, async () => {
-  const client = clientIn('scripted', 'transfer');
-  emu.injectFault('CreateRemoteFileTransferTool', 'empty');
-  assert.strictEqual(await rejection(client.createRemoteFileTransferTool()), 'Failed to create RemoteFileTransfer');
-  const tool = await client.createRemoteFileTransferTool();
-  assert.equal(tool.constructor.name, 'RemoteFileTransferTool');
-  for (const method of ['downloadFile', 'uploadFile']) {
-    for (const args of [[], ['d', 'l'], ['d', 'l', 3], [null, 'l', 'r']]) {
-      assert.throws(() => tool[method](...args), { name: 'TypeError', message: EXPECTED });
+describe('scripted', { skip: scripted }, () => {
+  let client;
+  let tool;
+  before(async () => {
+    client = clientIn('scripted', 'transfer');
+    tool = await client.createRemoteFileTransferTool();
+  });
+  after(() => {
+    client = tool = null;  // collected at the end, so that the process can exit
+  });
+
+  test('an empty factory result rejects with its message', async () => {
+    emu.injectFault('CreateRemoteFileTransferTool', 'empty');
+    assert.strictEqual(await rejection(client.createRemoteFileTransferTool()), 'Failed to create RemoteFileTransfer');
+    assert.equal(tool.constructor.name, 'RemoteFileTransferTool');
+  });
+
+  test('wrong arguments are TypeErrors and reach no SDK call', () => {
+    for (const method of ['downloadFile', 'uploadFile']) {
+      for (const args of [[], ['d', 'l'], ['d', 'l', 3], [null, 'l', 'r']]) {
+        assert.throws(() => tool[method](...args), { name: 'TypeError', message: EXPECTED });
+      }
     }
-  }
-  assert.deepEqual(emu.calls(), []);
+    assert.deepEqual(emu.calls(), []);
+  });
 
-  const download = tool.downloadFile('dev', '/local', '/remote');
-  const call = await emu.nextCall('DownloadFile');
-  assert.deepEqual(call.args, { deviceId: 'dev', localPath: '/local', remotePath: '/remote' });
-  emu.complete(call, { errorMessage: 'Network unreachable', errorCode: 3, transferTime: 2 ** 40, fileSize: 2 ** 33 });
-  assert.deepEqual(Object.entries(await download), [['path', ''], ['fileSize', 2 ** 33],
-    ['transferTime', 2 ** 40], ['errorCode', FileTransferErrorCode.NETWORK_ERROR],
-    ['errorMessage', 'Network unreachable']]);
+  test('downloadFile: the SDK receives the arguments; the result keeps key order and 64-bit values', async () => {
+    const download = tool.downloadFile('dev', '/local', '/remote');
+    const call = await emu.nextCall('DownloadFile');
+    assert.deepEqual(call.args, { deviceId: 'dev', localPath: '/local', remotePath: '/remote' });
+    emu.complete(call, { errorMessage: 'Network unreachable', errorCode: 3, transferTime: 2 ** 40, fileSize: 2 ** 33 });
+    assert.deepEqual(Object.entries(await download), [['path', ''], ['fileSize', 2 ** 33],
+      ['transferTime', 2 ** 40], ['errorCode', FileTransferErrorCode.NETWORK_ERROR],
+      ['errorMessage', 'Network unreachable']]);
+  });
 
-  const upload = tool.uploadFile('dev', '/l', '/r');
-  emu.complete(await emu.nextCall('UploadFile'), { path: '/r', fileSize: 5 });
-  assert.deepEqual(await upload, { path: '/r', fileSize: 5, transferTime: 0, errorCode: 0, errorMessage: '' });
+  test('uploadFile: fields the SDK left out are their defaults', async () => {
+    const upload = tool.uploadFile('dev', '/l', '/r');
+    emu.complete(await emu.nextCall('UploadFile'), { path: '/r', fileSize: 5 });
+    assert.deepEqual(await upload, { path: '/r', fileSize: 5, transferTime: 0, errorCode: 0, errorMessage: '' });
+  });
 });
 
-test('scripted: a lost tool resolves with errorCode 99, a missing one rejects', { skip: scripted }, async () => {
+test('scripted: a tool lost before a call resolves it with errorCode 99, without calling the SDK', { skip: scripted }, async () => {
   const tool = await clientIn('scripted', 'transfer-lost').createRemoteFileTransferTool();
   for (const method of ['downloadFile', 'uploadFile']) {
     emu.injectWeakLockFailure('RemoteFileTransfer');
     assert.deepEqual(await tool[method]('d', 'l', 'r'), {
       path: '', fileSize: 0, transferTime: 0, errorCode: 99, errorMessage: 'Tool has been destroyed',
     });
-    const reason = await rejection(new tool.constructor()[method]('d', 'l', 'r'));
+  }
+  assert.deepEqual(emu.calls(), []);
+});
+
+test('scripted: a tool without an SDK tool rejects every call', { skip: scripted }, async () => {
+  const bare = new (await clientIn('scripted', 'transfer-bare').createRemoteFileTransferTool()).constructor();
+  for (const method of ['downloadFile', 'uploadFile']) {
+    const reason = await rejection(bare[method]('d', 'l', 'r'));
     assert.equal(reason.constructor, Error);
     assert.equal(reason.message, 'Tool is not initialized');
   }
-  assert.deepEqual(emu.calls(), []);
 });
 
 function sha256(file) {
@@ -119,14 +143,18 @@ test('loopback: a destination that may not be written reports PERMISSION_DENIED'
     [FileTransferErrorCode.PERMISSION_DENIED, `Permission denied: ${refused}`]);
 });
 
-test('loopback: missing files and cancellation report their codes', { skip: scripted }, async (t) => {
+test('loopback: a missing source reports FILE_NOT_FOUND', { skip: scripted }, async (t) => {
   const dir = scratchDir(t);
   const tool = await clientIn('loopback', 'transfer-failures').createRemoteFileTransferTool();
   const missing = path.join(dir, 'absent.txt');
   const notFound = await tool.downloadFile('d', path.join(dir, 'copy.txt'), missing);
   assert.deepEqual([notFound.errorCode, notFound.errorMessage, notFound.fileSize],
     [FileTransferErrorCode.FILE_NOT_FOUND, `No such file or directory: ${missing}`, 0]);
+});
 
+test('loopback: a cancelled transfer reports CANCELLED and leaves no destination', { skip: scripted }, async (t) => {
+  const dir = scratchDir(t);
+  const tool = await clientIn('loopback', 'transfer-cancelled').createRemoteFileTransferTool();
   // Held to 1 MiB/s, the transfer is still copying when it is cancelled.
   const big = path.join(dir, 'big.bin');
   fs.writeFileSync(big, Buffer.alloc(8 * 1024 * 1024, 1));

@@ -5,7 +5,7 @@ namespace ombrix_addon {
 ActivateWindowWorker::ActivateWindowWorker(Napi::Env env, WindowSystem::Handle window)
     : Napi::AsyncWorker(env), window_(window), deferred_(Napi::Promise::Deferred::New(env)) {}
 
-void ActivateWindowWorker::Execute() { result_ = PlatformWindowSystem().Activate(window_); }
+void ActivateWindowWorker::Execute() { result_ = WindowSystem::Platform().Activate(window_); }
 
 void ActivateWindowWorker::OnOK() {
   Napi::Env env = Env();

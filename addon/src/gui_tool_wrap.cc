@@ -54,7 +54,7 @@ void GuiTool::Init(Napi::Env env) {
 }
 
 GuiTool::GuiTool(const Napi::CallbackInfo& info)
-    : TaggedWrap<GuiTool>(info), windows_(PlatformWindowSystem()) {}
+    : TaggedWrap<GuiTool>(info), windows_(WindowSystem::Platform()) {}
 
 Napi::Value GuiTool::ActivateWindow(const Napi::CallbackInfo& info) {
   const WindowSystem::Handle window = HandleArg(info, 0);  // throws before any Promise exists

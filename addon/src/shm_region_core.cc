@@ -4,8 +4,6 @@
 
 namespace ombrix_addon {
 
-ShmRegionCore::~ShmRegionCore() = default;
-
 void ShmRegionCore::ReadFromView(const uint8_t* view, uint64_t size, uint8_t* destination,
                                  uint32_t offset, uint32_t length) {
   if (view && uint64_t{offset} + length <= size) {

@@ -49,8 +49,7 @@ void ShmRegion::Init(Napi::Env env, Napi::Object exports) {
   exports.Set(kClassName, constructor);
 }
 
-ShmRegion::ShmRegion(const Napi::CallbackInfo& info)
-    : TaggedWrap<ShmRegion>(info), core_(CreateShmRegionCore()) {}
+ShmRegion::ShmRegion(const Napi::CallbackInfo& info) : TaggedWrap<ShmRegion>(info) {}
 
 Napi::Value ShmRegion::Open(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
@@ -60,20 +59,20 @@ Napi::Value ShmRegion::Open(const Napi::CallbackInfo& info) {
   const std::string sectionName = SdkString(info[0], "shmName");
   std::string mutexName;
   if (info.Length() >= 2 && info[1].IsString()) mutexName = SdkString(info[1], "mutexName");
-  return Napi::Boolean::New(env, core_->Open(sectionName, mutexName));
+  return Napi::Boolean::New(env, core_.Open(sectionName, mutexName));
 }
 
 Napi::Value ShmRegion::Close(const Napi::CallbackInfo& info) {
   if (locked_) {
-    core_->Unlock();
+    core_.Unlock();
     locked_ = false;
   }
-  core_->Close();
+  core_.Close();
   return info.Env().Undefined();
 }
 
 Napi::Value ShmRegion::IsOpen(const Napi::CallbackInfo& info) {
-  return Napi::Boolean::New(info.Env(), core_->IsOpen());
+  return Napi::Boolean::New(info.Env(), core_.IsOpen());
 }
 
 Napi::Value ShmRegion::Lock(const Napi::CallbackInfo& info) {
@@ -84,14 +83,14 @@ Napi::Value ShmRegion::Lock(const Napi::CallbackInfo& info) {
   if (info.Length() >= 1 && info[0].IsNumber()) {
     timeoutMs = info[0].As<Napi::Number>().Uint32Value();
   }
-  const bool acquired = core_->Lock(timeoutMs);
+  const bool acquired = core_.Lock(timeoutMs);
   if (acquired) locked_ = true;
   return Napi::Boolean::New(env, acquired);
 }
 
 Napi::Value ShmRegion::Unlock(const Napi::CallbackInfo& info) {
   if (locked_) {
-    core_->Unlock();
+    core_.Unlock();
     locked_ = false;
   }
   return info.Env().Undefined();
@@ -99,23 +98,23 @@ Napi::Value ShmRegion::Unlock(const Napi::CallbackInfo& info) {
 
 Napi::Value ShmRegion::ReadBytes(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
-  if (!core_->IsOpen()) throw CodedError(env, code::kNotOpen, "ShmRegion is not open");
+  if (!core_.IsOpen()) throw CodedError(env, code::kNotOpen, "ShmRegion is not open");
   const U32Pair args = ReadU32Pair(info, "Expected (offset: number, length: number)",
                                    "offset and length must be non-negative uint32");
   const uint32_t offset = args.first;
   const uint32_t length = args.second;
   if (length == 0) return Napi::Buffer<uint8_t>::New(env, 0);
   Napi::Buffer<uint8_t> bytes = Napi::Buffer<uint8_t>::New(env, length);
-  core_->Read(bytes.Data(), offset, length);
+  core_.Read(bytes.Data(), offset, length);
   return bytes;
 }
 
 Napi::Value ShmRegion::WriteU32(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
-  if (!core_->IsOpen()) throw CodedError(env, code::kNotOpen, "ShmRegion is not open");
+  if (!core_.IsOpen()) throw CodedError(env, code::kNotOpen, "ShmRegion is not open");
   const U32Pair args = ReadU32Pair(info, "Expected (offset: number, value: number)",
                                    "offset and value must be non-negative uint32");
-  core_->Write32(args.first, args.second);
+  core_.Write32(args.first, args.second);
   return env.Undefined();
 }
 

@@ -2,8 +2,6 @@
 // written within bounds, optionally guarded by its named mutex.
 #pragma once
 
-#include <memory>
-
 #include <napi.h>
 
 #include "shm_region_core.h"
@@ -29,7 +27,7 @@ class ShmRegion : public TaggedWrap<ShmRegion> {
   Napi::Value ReadBytes(const Napi::CallbackInfo& info);
   Napi::Value WriteU32(const Napi::CallbackInfo& info);
 
-  std::unique_ptr<ShmRegionCore> core_;
+  ShmRegionCore core_;
   // Set by a successful lock only: the mutex itself is recursive for the
   // owning thread, this flag is what makes one region non-recursive.
   bool locked_ = false;

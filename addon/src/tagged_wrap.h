@@ -52,20 +52,10 @@ class TaggedWrap : public Napi::ObjectWrap<T> {
  protected:
   using Method = Napi::Value (T::*)(const Napi::CallbackInfo&);
 
-  template <Method M>
-  static Napi::ClassPropertyDescriptor<T> TaggedMethod(const char* name) {
-    napi_property_descriptor desc{};
-    desc.utf8name = name;
-    desc.method = &Call<M>;
-    desc.attributes = static_cast<napi_property_attributes>(napi_writable | napi_configurable);
-    return Napi::ClassPropertyDescriptor<T>(desc);
-  }
-
-  // A method keyed by a symbol (e.g. Symbol.dispose).
-  template <Method M>
-  static Napi::ClassPropertyDescriptor<T> TaggedMethod(Napi::Symbol name) {
-    napi_property_descriptor desc{};
-    desc.name = name;
+  // `name` is a UTF-8 string or a symbol (e.g. Symbol.dispose).
+  template <Method M, class Name>
+  static Napi::ClassPropertyDescriptor<T> TaggedMethod(Name name) {
+    napi_property_descriptor desc = Named(name);
     desc.method = &Call<M>;
     desc.attributes = static_cast<napi_property_attributes>(napi_writable | napi_configurable);
     return Napi::ClassPropertyDescriptor<T>(desc);
@@ -73,14 +63,24 @@ class TaggedWrap : public Napi::ObjectWrap<T> {
 
   template <Method M>
   static Napi::ClassPropertyDescriptor<T> TaggedGetter(const char* name) {
-    napi_property_descriptor desc{};
-    desc.utf8name = name;
+    napi_property_descriptor desc = Named(name);
     desc.getter = &Call<M>;
     desc.attributes = napi_configurable;
     return Napi::ClassPropertyDescriptor<T>(desc);
   }
 
  private:
+  static napi_property_descriptor Named(const char* name) {
+    napi_property_descriptor desc{};
+    desc.utf8name = name;
+    return desc;
+  }
+  static napi_property_descriptor Named(Napi::Symbol name) {
+    napi_property_descriptor desc{};
+    desc.name = name;
+    return desc;
+  }
+
   // A function, not a member constant: T is still incomplete where the base
   // class is instantiated.
   static const napi_type_tag* Tag() {

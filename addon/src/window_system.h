@@ -1,6 +1,7 @@
 // The operating-system side of GuiTool: top-level windows of the desktop,
-// addressed by their 64-bit handle values. Stateless; every member may be
-// called from any thread.
+// addressed by their 64-bit handle values. Every member may be called from
+// any thread. One class for every platform: the build links
+// platform/win/win_window_system.cc or platform/posix/posix_window_system.cc.
 #pragma once
 
 #include <array>
@@ -29,31 +30,41 @@ class WindowSystem {
     uint32_t lastError = 0;
   };
 
-  virtual ~WindowSystem();
+  // The desktop's window system, set up at first use and never destroyed:
+  // workers may outlive statics.
+  static WindowSystem& Platform();
+
+  WindowSystem(const WindowSystem&) = delete;
+  WindowSystem& operator=(const WindowSystem&) = delete;
 
   // Visible windows with a non-empty title, top to bottom.
-  virtual std::vector<Window> VisibleTitledWindows() = 0;
+  std::vector<Window> VisibleTitledWindows();
   // 0 when no window is in the foreground.
-  virtual Handle Foreground() = 0;
-  virtual bool BringToForeground(Handle window) = 0;
-  virtual bool ReadPlacement(Handle window, Placement& placement) = 0;
-  virtual bool WritePlacement(Handle window, const Placement& placement) = 0;
-  virtual bool Exists(Handle window) = 0;
-  virtual bool Minimized(Handle window) = 0;
-  virtual bool ShownInAltTab(Handle window) = 0;
-  virtual bool Show(Handle window, int32_t command) = 0;
-  virtual bool OpenWithShell(const std::string& target) = 0;
+  Handle Foreground();
+  bool BringToForeground(Handle window);
+  bool ReadPlacement(Handle window, Placement& placement);
+  bool WritePlacement(Handle window, const Placement& placement);
+  bool Exists(Handle window);
+  bool Minimized(Handle window);
+  bool ShownInAltTab(Handle window);
+  bool Show(Handle window, int32_t command);
+  bool OpenWithShell(const std::string& target);
   // 0 when the window does not exist.
-  virtual uint32_t ProcessOf(Handle window) = 0;
-  virtual std::optional<std::string> ProcessImagePath(uint32_t processId) = 0;
-  virtual bool AllowForeground(uint32_t processId) = 0;
+  uint32_t ProcessOf(Handle window);
+  std::optional<std::string> ProcessImagePath(uint32_t processId);
+  bool AllowForeground(uint32_t processId);
   // The calling thread's last error.
-  virtual uint32_t LastError() = 0;
+  uint32_t LastError();
   // Blocks: runs on a worker thread, never on the JavaScript thread.
-  virtual Activation Activate(Handle window) = 0;
-};
+  Activation Activate(Handle window);
 
-// The window system of the platform the module is built for.
-WindowSystem& PlatformWindowSystem();
+ private:
+  // What a platform keeps beyond the operating system's own state; null
+  // where it keeps nothing.
+  struct Impl;
+  explicit WindowSystem(Impl* impl) : impl_(impl) {}
+
+  Impl* const impl_;
+};
 
 }  // namespace ombrix_addon

@@ -11,8 +11,7 @@
 #include "ombrix/sdk.h"
 #include "ombrix_emu/control.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 namespace {
 
 // Records lines; fails the test if called once it has been retired.
@@ -88,5 +87,4 @@ TEST(LoggerTest, HandOffUnderConcurrentSetLogger) {
 }
 
 }  // namespace
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

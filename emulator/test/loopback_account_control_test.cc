@@ -8,10 +8,7 @@
 #include "loopback/control_sessions.h"
 #include "loopback/identity.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 namespace {
 
 TEST(LoopbackIdentity, StableNonEmptyAndDerivedFromUserAndHost) {
@@ -101,7 +98,4 @@ TEST(LoopbackControlSessions, AllCoversEveryKindOfOneDevice) {
 }
 
 }  // namespace
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -19,10 +19,7 @@
 #include "loopback/fs.h"
 #include "scratch_dir.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 namespace {
 
 namespace stdfs = std::filesystem;
@@ -240,6 +237,27 @@ TEST_F(LoopbackFileTest, FindReachesBelowTheLevelsItHoldsOpen) {
   EXPECT_EQ(FindByName(root_, "d2", -1, cancel).totalFound, 26);
 }
 
+// Checked before the file system is touched: the file named here exists.
+TEST_F(LoopbackFileTest, EmptyRequiredArgumentsFailWithTheirOwnMessage) {
+  const std::string path = Put("f.txt", "text\n");
+  CancelFlag cancel;
+  const FileReadResult read = ReadTextFile("", -1, -1);
+  EXPECT_FALSE(read.success);
+  EXPECT_EQ(read.errorMessage, "Path is empty");
+  EXPECT_EQ(WriteTextFile("", "x", false, false).errorMessage, "Path is empty");
+  EXPECT_EQ(ReplaceInTextFile("", "a", "b").errorMessage, "Path is empty");
+  EXPECT_EQ(ReplaceInTextFile(path, "", "b").errorMessage, "Text to replace is empty");
+  EXPECT_EQ(SearchInTextFile("", "x", true, false, cancel).errorMessage, "Path is empty");
+  EXPECT_EQ(SearchInTextFile(path, "", true, false, cancel).errorMessage,
+            "Search pattern is empty");
+  EXPECT_EQ(FindByName("", "*", -1, cancel).errorMessage, "Path is empty");
+  EXPECT_EQ(FindByName(root_, "", -1, cancel).errorMessage, "Name pattern is empty");
+  EXPECT_EQ(ListDir("", false, cancel).errorMessage, "Path is empty");
+  // The path is checked first.
+  EXPECT_EQ(SearchInTextFile("", "", true, false, cancel).errorMessage, "Path is empty");
+  EXPECT_EQ(Slurp(path), "text\n");
+}
+
 TEST_F(LoopbackFileTest, PermissionDeniedIsReportedByPath) {
   if (IsRoot()) GTEST_SKIP() << "root is not denied (run the suite as another user to cover this)";
   const std::string secret = Put("secret", "x");
@@ -410,7 +428,4 @@ TEST_F(LoopbackFileTest, ConcurrentCallsDoNotInterfere) {
 }
 
 }  // namespace
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -18,10 +18,7 @@
 
 #include "loopback/shell.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 namespace {
 
 namespace stdfs = std::filesystem;
@@ -200,7 +197,4 @@ TEST(LoopbackShellTest, LeavesNoDescriptorsOrZombiesBehind) {
 }
 
 }  // namespace
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

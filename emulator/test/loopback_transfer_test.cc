@@ -8,10 +8,7 @@
 #include "loopback/transfer.h"
 #include "scratch_dir.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 namespace {
 
 namespace stdfs = std::filesystem;
@@ -132,7 +129,4 @@ TEST(TransferErrorFor, MapsFileSystemErrors) {
 }
 
 }  // namespace
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

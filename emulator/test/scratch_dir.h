@@ -12,9 +12,7 @@
 
 #include <gtest/gtest.h>
 
-namespace quelt {
-namespace ombrix {
-namespace test {
+namespace quelt::ombrix::test {
 
 class ScratchDirTest : public ::testing::Test {
  protected:
@@ -50,6 +48,4 @@ class ScratchDirTest : public ::testing::Test {
   std::string root_;
 };
 
-}  // namespace test
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::test

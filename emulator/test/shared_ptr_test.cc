@@ -7,8 +7,7 @@
 #include "ombrix/types.h"
 #include "test_util.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 namespace {
 
 // A contract type the runtime counts as "OperationHandle".
@@ -125,5 +124,4 @@ TEST(SharedPtrTest, LockRacingLastReleaseIsSafe) {
 }
 
 }  // namespace
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

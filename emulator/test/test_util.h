@@ -6,9 +6,7 @@
 
 #include "ombrix_emu/control.h"
 
-namespace quelt {
-namespace ombrix {
-namespace test {
+namespace quelt::ombrix::test {
 
 inline int64_t LiveCount(const char* label) {
   for (const emu::LiveCount& count : emu::GetLiveObjects()) {
@@ -17,6 +15,4 @@ inline int64_t LiveCount(const char* label) {
   return -1;
 }
 
-}  // namespace test
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::test

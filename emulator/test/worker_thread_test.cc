@@ -11,8 +11,7 @@
 #include "ombrix_emu/control.h"
 #include "test_util.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 namespace {
 
 TEST(WorkerThreadTest, RunsTasksInOrderOnTheNamedThread) {
@@ -82,5 +81,4 @@ TEST(WorkerThreadTest, InjectedFailureAffectsOnlyTheNextCreate) {
 }
 
 }  // namespace
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

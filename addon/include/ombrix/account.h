@@ -6,8 +6,7 @@
 #include "ombrix/callback.h"
 #include "ombrix/enums.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 // Strings stay valid while the list that returned the record lives.
 struct RemoteDeviceInfo {
@@ -46,5 +45,4 @@ class AccountToolItf {
   virtual void SetAccountObserver(WeakPtr<AccountObserverItf> observer) = 0;
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -7,8 +7,7 @@
 #include "ombrix/enums.h"
 #include "ombrix/result.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 class AuditSessionItf;
 
@@ -87,5 +86,4 @@ class AuditSessionItf {
   virtual void SetObserver(SharedPtr<AuditSessionObserverItf> observer) = 0;
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

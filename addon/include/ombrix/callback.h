@@ -3,8 +3,7 @@
 
 #include "ombrix/shared_ptr.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 // Invoked exactly once with the result of one asynchronous operation.
 template <class T>
@@ -22,5 +21,4 @@ class OperationHandleItf {
   virtual void Cancel() = 0;
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -8,8 +8,7 @@
 #include "ombrix/chat_stream.h"
 #include "ombrix/result.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 class ChatSessionItf;
 
@@ -80,5 +79,4 @@ class ChatSessionItf {
   virtual void SetObserver(WeakPtr<ChatSessionObserverItf> observer) = 0;
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

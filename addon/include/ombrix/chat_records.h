@@ -7,8 +7,7 @@
 #include "ombrix/enums.h"
 #include "ombrix/shared_ptr.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 struct Attachment {
   const char* fileId = nullptr;
@@ -97,5 +96,4 @@ struct Usage {
   int64_t businessCost = 0;
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -6,8 +6,7 @@
 #include "ombrix/callback.h"
 #include "ombrix/chat_records.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 class ToolCallItf {
  public:
@@ -39,5 +38,4 @@ class ConfirmCallbackItf {
                               SharedPtr<CallbackItf<ConfirmResult>> callback) = 0;
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -15,8 +15,7 @@
 #include "ombrix/shell.h"
 #include "ombrix/thread.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 struct OmbrixConfig {
   const char* serverName = nullptr;  // borrowed for the duration of the call
@@ -51,5 +50,4 @@ OMBRIX_API SharedPtr<OmbrixClientItf> CreateOmbrixClient(
     const OmbrixConfig& config, SharedPtr<ChatSessionManagerItf> chatSessionManager,
     SharedPtr<NotificationServiceItf> notificationService);
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

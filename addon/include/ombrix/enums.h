@@ -4,8 +4,7 @@
 
 #include <cstdint>
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 enum class RemoteDeviceStatus : uint32_t { kUnknown = 0, kOffline = 1, kOnline = 2 };
 
@@ -124,5 +123,4 @@ enum class AuditSessionStatus : uint32_t {
   kError = 3,
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -4,8 +4,7 @@
 #include "ombrix/callback.h"
 #include "ombrix/result.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 class FernwickManagerItf {
  public:
@@ -14,5 +13,4 @@ class FernwickManagerItf {
                                     SharedPtr<CallbackItf<const OperationResult&>> callback) = 0;
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -9,9 +9,7 @@
 #include "ombrix/audit.h"
 #include "ombrix/chat_records.h"
 
-namespace quelt {
-namespace ombrix {
-namespace helper {
+namespace quelt::ombrix::helper {
 
 class ChatSessionInfo final : public ombrix::ChatSessionInfo {
  public:
@@ -63,6 +61,4 @@ class AuditReport final {
   ombrix::AuditReport record_;
 };
 
-}  // namespace helper
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::helper

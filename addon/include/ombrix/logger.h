@@ -5,8 +5,7 @@
 
 #include "ombrix/export.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 enum class LogLevel : int32_t {
   kTrace = 0,
@@ -41,5 +40,4 @@ OMBRIX_API bool IsEnabled(LogLevel level);
 OMBRIX_API void LogSafe(const LogContext& context, const char* message);
 }  // namespace logger
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

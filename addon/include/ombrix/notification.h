@@ -7,8 +7,7 @@
 #include "ombrix/enums.h"
 #include "ombrix/result.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 // Strings are borrowed from whoever built the record.
 struct Notification {
@@ -56,5 +55,4 @@ class NotificationServiceItf {
   virtual void DismissAll(SharedPtr<CallbackItf<const OperationResult&>> callback) = 0;
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -7,8 +7,7 @@
 #include "ombrix/callback.h"
 #include "ombrix/enums.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 struct FileTransferStatus {
   std::string path;
@@ -50,5 +49,4 @@ class RemoteControlToolItf {
       SharedPtr<CallbackItf<const RemoteDeviceLockScreenStatusResult&>> callback) = 0;
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -8,8 +8,7 @@
 #include "ombrix/callback.h"
 #include "ombrix/enums.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 struct FileReadResult {
   bool success = false;
@@ -97,5 +96,4 @@ class RemoteFileToolItf {
       SharedPtr<CallbackItf<const DirListResult&>> callback) = 0;
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -3,8 +3,7 @@
 
 #include "ombrix/enums.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 // errorMessage is null when there is no message; valid for the callback only.
 struct OperationResult {
@@ -12,5 +11,4 @@ struct OperationResult {
   const char* errorMessage = nullptr;
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

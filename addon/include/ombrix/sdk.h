@@ -3,8 +3,7 @@
 
 #include "ombrix/export.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 struct VersionInfo {
   const char* version;
@@ -18,5 +17,4 @@ OMBRIX_API const VersionInfo* GetSDKVersion();
 OMBRIX_API void InitializeSentry();
 OMBRIX_API void ShutdownSentry();
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

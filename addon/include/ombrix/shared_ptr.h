@@ -8,8 +8,7 @@
 
 #include "ombrix/export.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 namespace detail {
 struct ControlBlock;
@@ -66,5 +65,4 @@ class OMBRIX_API WeakPtr {
   detail::ControlBlock* control_;
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -6,8 +6,7 @@
 
 #include "ombrix/callback.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 struct ShellExecResult {
   bool success = false;
@@ -42,5 +41,4 @@ class ToolServiceItf {
       SharedPtr<CallbackItf<const ToolServiceResult&>> callback) = 0;
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

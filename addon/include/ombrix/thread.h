@@ -6,8 +6,7 @@
 #include "ombrix/export.h"
 #include "ombrix/shared_ptr.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 class ThreadItf {
  public:
@@ -21,5 +20,4 @@ class ThreadItf {
   static OMBRIX_API SharedPtr<ThreadItf> Create(const char* name);
 };
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

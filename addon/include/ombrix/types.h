@@ -62,8 +62,7 @@
   X(GetAuditInfoCallback, CallbackItf<const GetAuditInfoResult&>)                   \
   X(GetAuditReportCallback, CallbackItf<const GetAuditReportResult&>)
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 // Defined only in the SDK binary; never instantiate them here.
 #define OMBRIX_DECLARE_EXTERN_POINTERS(label, ...) \
@@ -72,5 +71,4 @@ namespace ombrix {
 OMBRIX_SHARED_TYPES(OMBRIX_DECLARE_EXTERN_POINTERS)
 #undef OMBRIX_DECLARE_EXTERN_POINTERS
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -9,9 +9,7 @@
 
 #include "ombrix/export.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 struct SentryCounts {
   int64_t initialized = 0;
@@ -139,6 +137,4 @@ OMBRIX_API bool AnswerConfirm(uint64_t confirm, uint32_t request, const std::str
 // Many SDK threads calling one JavaScript chat manager at once; blocking.
 OMBRIX_API std::string ChatStorm(int threads, int calls);
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -22,8 +22,7 @@
 #include "tools/remote_shell_tool.h"
 #include "tools/tool_service.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 namespace emu {
 
 struct Client::State : std::enable_shared_from_this<Client::State> {
@@ -306,5 +305,4 @@ SharedPtr<OmbrixClientItf> CreateOmbrixClient(
       std::move(notificationService), emu::DefaultMode()));
 }
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

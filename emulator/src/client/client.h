@@ -8,9 +8,7 @@
 #include "ombrix/client.h"
 #include "tools/mode.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class Client final : public OmbrixClientItf {
  public:
@@ -48,6 +46,4 @@ struct ClientServices {
 };
 ClientServices NewestClientServices();
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

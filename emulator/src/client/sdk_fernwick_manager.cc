@@ -4,9 +4,7 @@
 #include "runtime/task_pool.h"
 #include "support/text.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 void SdkFernwickManager::SetFernwickWorkspace(
     const char* workspace, SharedPtr<CallbackItf<const OperationResult&>> callback) {
@@ -16,6 +14,4 @@ void SdkFernwickManager::SetFernwickWorkspace(
   TaskPool::Quick().Post([callback] { callback->OnResult(OperationResult{}); });
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -6,9 +6,7 @@
 
 #include "ombrix/fernwick.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class SdkFernwickManager final : public FernwickManagerItf {
  public:
@@ -21,6 +19,4 @@ class SdkFernwickManager final : public FernwickManagerItf {
   std::string serverName_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

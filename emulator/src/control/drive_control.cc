@@ -8,9 +8,7 @@
 #include "drivers/workspace_driver.h"
 #include "ombrix_emu/control.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 int AddDriveListener(std::function<void(uint64_t)> listener) {
   return DriveLog::Shared().AddListener(std::move(listener));
@@ -58,6 +56,4 @@ bool AnswerConfirm(uint64_t confirm, uint32_t request, const std::string& respon
 
 std::string ChatStorm(int threads, int calls) { return chat::Storm(threads, calls).Dump(); }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

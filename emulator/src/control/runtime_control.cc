@@ -12,9 +12,7 @@
 #include "runtime/control_block.h"
 #include "runtime/worker_thread.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 std::vector<LiveCount> GetLiveObjects() {
   std::vector<LiveCount> counts;
@@ -107,6 +105,4 @@ int64_t StopLogStorm() {
   return storm.lines.load();
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

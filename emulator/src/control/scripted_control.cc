@@ -8,9 +8,7 @@
 #include "scripted/faults.h"
 #include "tools/mode.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 namespace {
 bool ParseRecord(const std::string& text, Json* out) {
@@ -73,6 +71,4 @@ bool InjectWeakLockFailure(const std::string& typeLabel) {
   return false;
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

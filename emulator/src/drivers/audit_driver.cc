@@ -9,10 +9,7 @@
 #include "ombrix_addon/records.h"
 #include "support/record_json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace audit {
+namespace quelt::ombrix::emu::audit {
 
 namespace {
 
@@ -144,7 +141,4 @@ Json ObserverEvents(uint64_t observer) {
   return found.second ? found.second->Events() : Json();
 }
 
-}  // namespace audit
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::audit

@@ -9,10 +9,7 @@
 
 #include "support/json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace audit {
+namespace quelt::ombrix::emu::audit {
 
 // Runs `op` against the manager, or against the held session `args.session`.
 // Returns { drive } for an asynchronous operation, the result itself for a
@@ -22,7 +19,4 @@ Json Drive(const std::string& op, const Json& args, int listener);
 // What an SDK observer has been told; null for an unknown id.
 Json ObserverEvents(uint64_t observer);
 
-}  // namespace audit
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::audit

@@ -20,10 +20,7 @@
 #include "runtime/worker_thread.h"
 #include "support/record_json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace chat {
+namespace quelt::ombrix::emu::chat {
 
 namespace {
 
@@ -290,7 +287,4 @@ Json Storm(int threads, int calls) {
                            {"seconds", seconds}});
 }
 
-}  // namespace chat
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::chat

@@ -9,10 +9,7 @@
 
 #include "support/json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace chat {
+namespace quelt::ombrix::emu::chat {
 
 // Runs `op` against the newest live client's chat session manager. Returns
 // { drive, … } for an asynchronous operation (its report follows through the
@@ -33,7 +30,4 @@ bool AnswerConfirm(uint64_t confirm, uint32_t request, const std::string& respon
 // { issued, completed, duplicates, offJsThread, seconds }.
 Json Storm(int threads, int calls);
 
-}  // namespace chat
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::chat

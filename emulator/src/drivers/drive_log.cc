@@ -3,9 +3,7 @@
 #include "runtime/log.h"
 #include "runtime/worker_thread.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 DriveLog& DriveLog::Shared() {
   static DriveLog* log = new DriveLog;
@@ -95,6 +93,4 @@ Json DriveLog::Get(uint64_t drive) const {
   return report;
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

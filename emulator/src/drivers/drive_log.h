@@ -16,9 +16,7 @@
 #include "ombrix/callback.h"
 #include "support/json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class DriveLog {
  public:
@@ -83,6 +81,4 @@ class DriveCallback final : public CallbackItf<const Record&> {
   std::function<Json(const Record&)> describe_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "drivers/drive_log.h"
@@ -11,14 +12,26 @@
 #include "ombrix/result.h"
 #include "runtime/task_pool.h"
 #include "support/json.h"
+#include "support/record_json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 inline Json MessageJson(const char* message) { return message ? Json(message) : Json(); }
 
 inline Json DriveError(const std::string& text) { return Json::MakeObject({{"error", text}}); }
+
+// The id of a held object a drive names; none when it names none.
+inline std::optional<uint64_t> HeldId(const Json& value) {
+  if (!value.IsNumber()) return std::nullopt;
+  return ToInteger<uint64_t>(value.AsNumber());
+}
+
+// The error of a drive whose object (`what`) was found neither under its id
+// nor, without one, in the newest client.
+inline Json MissingError(const std::string& what, std::optional<uint64_t> id) {
+  return DriveError(id ? "no " + what + " " + std::to_string(*id)
+                       : "the newest client has no " + what);
+}
 
 // { code, errorMessage } of any result record (a null message stays null).
 template <class Record>
@@ -70,6 +83,4 @@ struct TextArg {
   std::string text;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

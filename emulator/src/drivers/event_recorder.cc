@@ -5,9 +5,7 @@
 #include "drivers/drive_log.h"
 #include "runtime/worker_thread.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 void EventRecorder::Record(Json event) {
   event.Set("thread", CurrentThreadName());
@@ -21,6 +19,4 @@ Json EventRecorder::Events() const {
   return events_;
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

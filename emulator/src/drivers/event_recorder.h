@@ -6,9 +6,7 @@
 
 #include "support/json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class EventRecorder {
  public:
@@ -21,6 +19,4 @@ class EventRecorder {
   Json events_ = Json(Json::Array());
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

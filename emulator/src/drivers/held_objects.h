@@ -6,11 +6,10 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <utility>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 inline uint64_t NextHeldId() {
   static std::atomic<uint64_t> next{1};
@@ -32,6 +31,13 @@ class Held {
     std::lock_guard<std::mutex> lock(mutex_);
     auto found = items_.find(id);
     return found == items_.end() ? Value() : found->second;
+  }
+
+  // What a drive acts on: the value held under `id` when it names one, the
+  // value `fallback()` gives when there is no id.
+  template <class Fallback>
+  Value FindOr(std::optional<uint64_t> id, Fallback fallback) const {
+    return id ? Find(*id) : fallback();
   }
 
   // The released values are returned, so that their last references go away
@@ -57,6 +63,4 @@ class Held {
   std::map<uint64_t, Value> items_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -9,10 +9,7 @@
 #include "ombrix_addon/records.h"
 #include "support/record_json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace notification {
+namespace quelt::ombrix::emu::notification {
 
 namespace {
 
@@ -65,15 +62,10 @@ Json Drive(const std::string& op, const Json& args, int listener) {
     auto services = Services().ReleaseAll();
     return Json::MakeObject({{"released", static_cast<uint64_t>(released.size())}});
   }
-  SharedPtr<NotificationServiceItf> service;
-  if (args["service"].IsNumber()) {
-    uint64_t id = ToInteger<uint64_t>(args["service"].AsNumber());
-    service = Services().Find(id);
-    if (!service) return DriveError("no notification service " + std::to_string(id));
-  } else {
-    service = NewestClientServices().notificationService;
-    if (!service) return DriveError("the newest client has no notification service");
-  }
+  const std::optional<uint64_t> serviceId = HeldId(args["service"]);
+  SharedPtr<NotificationServiceItf> service =
+      Services().FindOr(serviceId, [] { return NewestClientServices().notificationService; });
+  if (!service) return MissingError("notification service", serviceId);
   if (op == "hold") return Json::MakeObject({{"service", Services().Add(service)}});
   if (op == "setObserver") {
     SharedPtr<NotificationObserverItf> observer;
@@ -118,7 +110,4 @@ Json ObserverEvents(uint64_t observer) {
   return found.second ? found.second->Events() : Json();
 }
 
-}  // namespace notification
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::notification

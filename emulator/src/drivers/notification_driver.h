@@ -9,10 +9,7 @@
 
 #include "support/json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace notification {
+namespace quelt::ombrix::emu::notification {
 
 // Runs `op` against the newest live client's notification service. Returns
 // { drive } for an asynchronous operation, { observer } for setObserver, or
@@ -22,7 +19,4 @@ Json Drive(const std::string& op, const Json& args, int listener);
 // What an SDK observer has been told; null for an unknown id.
 Json ObserverEvents(uint64_t observer);
 
-}  // namespace notification
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::notification

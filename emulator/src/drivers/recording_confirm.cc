@@ -8,9 +8,7 @@
 #include "runtime/task_pool.h"
 #include "scripted/faults.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 void RecordingConfirm::RequestConfirm(ConfirmActionType actionType, const char* title,
                                       const char* content,
@@ -64,6 +62,4 @@ size_t RecordingConfirm::Abandon() {
   return abandoned.size();  // released here, outside the lock
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -9,9 +9,7 @@
 #include "ombrix/chat_stream.h"
 #include "support/json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class RecordingConfirm final : public ConfirmCallbackItf {
  public:
@@ -36,6 +34,4 @@ class RecordingConfirm final : public ConfirmCallbackItf {
   uint32_t next_ = 0;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -6,9 +6,7 @@
 #include "runtime/worker_thread.h"
 #include "support/record_json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 void RecordingStream::Record(Json event) {
   std::lock_guard<std::mutex> lock(mutex_);
@@ -82,6 +80,4 @@ bool RecordingStream::CancelToolCall(uint32_t index) {
   return true;
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

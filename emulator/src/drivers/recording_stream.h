@@ -10,9 +10,7 @@
 #include "ombrix_addon/records.h"
 #include "support/json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class RecordingStream final : public ChatResponseStreamItf {
  public:
@@ -42,6 +40,4 @@ class RecordingStream final : public ChatResponseStreamItf {
   std::vector<SharedPtr<ToolCallItf>> toolCalls_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -5,10 +5,7 @@
 #include "drivers/held_objects.h"
 #include "support/record_json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace workspace {
+namespace quelt::ombrix::emu::workspace {
 
 namespace {
 
@@ -29,15 +26,10 @@ Json Drive(const std::string& op, const Json& args, int listener) {
     auto released = Managers().ReleaseAll();
     return Json::MakeObject({{"released", static_cast<uint64_t>(released.size())}});
   }
-  SharedPtr<FernwickManagerItf> manager;
-  if (args["manager"].IsNumber()) {
-    uint64_t id = ToInteger<uint64_t>(args["manager"].AsNumber());
-    manager = Managers().Find(id);
-    if (!manager) return DriveError("no workspace manager " + std::to_string(id));
-  } else {
-    manager = NewestClientServices().fernwickManager;
-    if (!manager) return DriveError("the newest client has no workspace manager");
-  }
+  const std::optional<uint64_t> managerId = HeldId(args["manager"]);
+  SharedPtr<FernwickManagerItf> manager =
+      Managers().FindOr(managerId, [] { return NewestClientServices().fernwickManager; });
+  if (!manager) return MissingError("workspace manager", managerId);
   if (op == "hold") return Json::MakeObject({{"manager", Managers().Add(manager)}});
   if (op == "setWorkspace") {
     TextArg workspace(args["workspace"]);
@@ -48,7 +40,4 @@ Json Drive(const std::string& op, const Json& args, int listener) {
   return DriveError("unknown workspace operation " + op);
 }
 
-}  // namespace workspace
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::workspace

@@ -8,15 +8,9 @@
 
 #include "support/json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace workspace {
+namespace quelt::ombrix::emu::workspace {
 
 // Returns { drive } for setWorkspace, { manager } for hold, or { error }.
 Json Drive(const std::string& op, const Json& args, int listener);
 
-}  // namespace workspace
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::workspace

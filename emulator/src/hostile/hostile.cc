@@ -15,10 +15,7 @@
 #include "runtime/task_pool.h"
 #include "runtime/worker_thread.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace hostile {
+namespace quelt::ombrix::emu::hostile {
 
 namespace {
 
@@ -225,7 +222,4 @@ Json Status() {
                            {"held", static_cast<uint64_t>(held)}});
 }
 
-}  // namespace hostile
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::hostile

@@ -16,10 +16,7 @@
 
 #include "support/json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace hostile {
+namespace quelt::ombrix::emu::hostile {
 
 enum class Habit : int {
   // Unchanged results: a correct module shows the same outcome.
@@ -72,7 +69,4 @@ Json Status();
 // Releases every held callback; returns how many there were.
 int ReleaseHeld();
 
-}  // namespace hostile
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::hostile

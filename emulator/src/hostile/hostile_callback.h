@@ -11,10 +11,7 @@
 #include "ombrix/callback.h"
 #include "ombrix/chat_stream.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace hostile {
+namespace quelt::ombrix::emu::hostile {
 
 // An owning copy of a callback argument, and the argument made from it again.
 template <class Arg>
@@ -63,7 +60,4 @@ SharedPtr<CallbackItf<Arg>> Wrap(SharedPtr<CallbackItf<Arg>> callback) {
   return SharedPtr<CallbackItf<Arg>>(new Callback<Arg>(std::move(callback)));
 }
 
-}  // namespace hostile
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::hostile

@@ -4,10 +4,7 @@
 
 #include <atomic>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 class CancelFlag {
  public:
@@ -22,7 +19,4 @@ class CancelFlag {
   std::atomic<bool> set_{false};
 };
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -5,10 +5,7 @@
 
 #include "loopback/common.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 void CapturedOutput::Append(const char* data, size_t size) {
   total_ += size;
@@ -34,7 +31,4 @@ void CapturedOutput::Finish(bool exited, bool cancelled, const std::string& outc
   result.stderrOutput = std::move(err.kept_);
 }
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -8,10 +8,7 @@
 
 #include "ombrix/shell.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 class CapturedOutput {
  public:
@@ -35,7 +32,4 @@ class CapturedOutput {
   size_t limit_ = 0;
 };
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -10,10 +10,7 @@
 #include <string>
 #include <system_error>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 inline constexpr const char kCancelled[] = "Cancelled";
 
@@ -73,7 +70,4 @@ inline int32_t ClampToInt32(int64_t value) noexcept {
   return value > INT32_MAX ? INT32_MAX : static_cast<int32_t>(value);
 }
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -1,9 +1,6 @@
 #include "loopback/control_sessions.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 namespace {
 
@@ -71,7 +68,4 @@ std::vector<std::pair<std::string, RemoteControlUIType>> ControlSessions::Open()
   return sessions;
 }
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -17,10 +17,7 @@
 
 #include "ombrix/remote_control.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 // "REMOTE_CONTROL", "TERMINAL"…; null for a value outside the enumeration.
 const char* UiTypeName(RemoteControlUIType type) noexcept;
@@ -38,7 +35,4 @@ class ControlSessions {
   std::set<Key> open_;
 };
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

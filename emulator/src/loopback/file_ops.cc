@@ -4,7 +4,9 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <initializer_list>
 #include <memory>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -15,10 +17,7 @@
 #include "loopback/common.h"
 #include "loopback/fs.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 namespace {
 
@@ -154,6 +153,33 @@ bool MatchBracket(const char*& p, const char* end, uint32_t c, bool& matched) no
 
 constexpr char kFindMetaCharacters[] = "*?[\\";
 
+// An argument an operation cannot do without, and its failure when empty.
+struct Required {
+  std::string_view value;
+  const char* whenEmpty;
+};
+
+// Timed, failing before any work with the message of the first required
+// argument that is empty.
+template <typename Result, typename Body>
+Result Operation(std::initializer_list<Required> required, Body&& body) noexcept {
+  return Timed<Result>([&] {
+    for (const Required& argument : required) {
+      if (argument.value.empty()) {
+        Result failed;
+        failed.errorMessage = argument.whenEmpty;
+        return failed;
+      }
+    }
+    return body();
+  });
+}
+
+constexpr char kPathEmpty[] = "Path is empty";
+constexpr char kOldTextEmpty[] = "Text to replace is empty";
+constexpr char kSearchPatternEmpty[] = "Search pattern is empty";
+constexpr char kNamePatternEmpty[] = "Name pattern is empty";
+
 }  // namespace
 
 bool GlobMatch(std::string_view pattern, std::string_view name) noexcept {
@@ -199,12 +225,8 @@ bool GlobMatch(std::string_view pattern, std::string_view name) noexcept {
 }
 
 FileReadResult ReadTextFile(const std::string& path, int32_t startLine, int32_t endLine) noexcept {
-  return Timed<FileReadResult>([&] {
+  return Operation<FileReadResult>({{path, kPathEmpty}}, [&] {
     FileReadResult result;
-    if (path.empty()) {
-      result.errorMessage = "Path is empty";
-      return result;
-    }
     std::error_code ec;
     fs::File file = fs::OpenForReading(path, ec);
     if (!file.IsOpen()) {
@@ -294,12 +316,8 @@ FileReadResult ReadTextFile(const std::string& path, int32_t startLine, int32_t 
 
 FileWriteResult WriteTextFile(const std::string& path, const std::string& content, bool append,
                               bool createDirs) noexcept {
-  return Timed<FileWriteResult>([&] {
+  return Operation<FileWriteResult>({{path, kPathEmpty}}, [&] {
     FileWriteResult result;
-    if (path.empty()) {
-      result.errorMessage = "Path is empty";
-      return result;
-    }
     std::error_code ec;
     if (createDirs) {
       // Paths are UTF-8, which only u8path() reads as such everywhere.
@@ -326,16 +344,8 @@ FileWriteResult WriteTextFile(const std::string& path, const std::string& conten
 
 FileReplaceResult ReplaceInTextFile(const std::string& path, const std::string& oldText,
                                     const std::string& newText) noexcept {
-  return Timed<FileReplaceResult>([&] {
+  return Operation<FileReplaceResult>({{path, kPathEmpty}, {oldText, kOldTextEmpty}}, [&] {
     FileReplaceResult result;
-    if (path.empty()) {
-      result.errorMessage = "Path is empty";
-      return result;
-    }
-    if (oldText.empty()) {
-      result.errorMessage = "Text to replace is empty";
-      return result;
-    }
     std::error_code ec;
     std::string original;
     fs::File file = fs::OpenForReading(path, ec);
@@ -441,16 +451,8 @@ class LineSearcher {
 FileSearchResult SearchInTextFile(const std::string& path, const std::string& pattern,
                                   bool caseSensitive, bool showLineNumbers,
                                   const CancelFlag& cancel) noexcept {
-  return Timed<FileSearchResult>([&] {
+  return Operation<FileSearchResult>({{path, kPathEmpty}, {pattern, kSearchPatternEmpty}}, [&] {
     FileSearchResult result;
-    if (path.empty()) {
-      result.errorMessage = "Path is empty";
-      return result;
-    }
-    if (pattern.empty()) {
-      result.errorMessage = "Search pattern is empty";
-      return result;
-    }
     if (pattern.find('\n') != std::string::npos) {
       result.errorMessage = "Search pattern must not contain a line break";
       return result;
@@ -511,16 +513,8 @@ FileSearchResult SearchInTextFile(const std::string& path, const std::string& pa
 
 FileFindResult FindByName(const std::string& directory, const std::string& pattern,
                           int32_t maxResults, const CancelFlag& cancel) noexcept {
-  return Timed<FileFindResult>([&] {
+  return Operation<FileFindResult>({{directory, kPathEmpty}, {pattern, kNamePatternEmpty}}, [&] {
     FileFindResult result;
-    if (directory.empty()) {
-      result.errorMessage = "Path is empty";
-      return result;
-    }
-    if (pattern.empty()) {
-      result.errorMessage = "Name pattern is empty";
-      return result;
-    }
     const bool literal = pattern.find_first_of(kFindMetaCharacters) == std::string::npos;
     const size_t limit = maxResults < 0 ? SIZE_MAX : static_cast<size_t>(maxResults);
     int64_t total = 0;
@@ -599,12 +593,8 @@ FileEntryType ToEntryType(fs::EntryKind kind) noexcept {
 }  // namespace
 
 DirListResult ListDir(const std::string& path, bool showHidden, const CancelFlag& cancel) noexcept {
-  return Timed<DirListResult>([&] {
+  return Operation<DirListResult>({{path, kPathEmpty}}, [&] {
     DirListResult result;
-    if (path.empty()) {
-      result.errorMessage = "Path is empty";
-      return result;
-    }
     std::error_code ec;
     bool listed = fs::ListEntries(
         path, showHidden, cancel,
@@ -636,7 +626,4 @@ DirListResult ListDir(const std::string& path, bool showHidden, const CancelFlag
   });
 }
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -57,10 +57,7 @@
 #include "loopback/cancel.h"
 #include "ombrix/remote_file.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 inline constexpr int32_t kMaxReadLines = 2000;
 inline constexpr size_t kMaxReadBytes = 256 * 1024;
@@ -86,7 +83,4 @@ DirListResult ListDir(const std::string& path, bool showHidden, const CancelFlag
 // Shell-glob match of a whole name, as FindByName applies it.
 bool GlobMatch(std::string_view pattern, std::string_view name) noexcept;
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -13,11 +13,7 @@
 
 #include "loopback/cancel.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
-namespace fs {
+namespace quelt::ombrix::emu::loopback::fs {
 
 // An open file, closed on destruction. Never inherited by child processes:
 // RunShell may be spawning on another thread at any moment.
@@ -114,8 +110,4 @@ bool WalkTree(const std::string& root, const CancelFlag& cancel,
               const std::function<void(const std::string& dirPath, std::string_view name)>& visit,
               int64_t& unreadable, std::error_code& ec);
 
-}  // namespace fs
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback::fs

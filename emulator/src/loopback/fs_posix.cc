@@ -12,11 +12,7 @@
 #include "loopback/common.h"
 #include "loopback/fs.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
-namespace fs {
+namespace quelt::ombrix::emu::loopback::fs {
 
 namespace {
 
@@ -394,8 +390,4 @@ bool WalkTree(const std::string& root, const CancelFlag& cancel,
   return true;
 }
 
-}  // namespace fs
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback::fs

@@ -12,11 +12,7 @@
 #include "loopback/win32.h"
 #include "loopback/win_handle.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
-namespace fs {
+namespace quelt::ombrix::emu::loopback::fs {
 
 namespace {
 
@@ -483,8 +479,4 @@ bool WalkTree(const std::string& root, const CancelFlag& cancel,
   return walked;
 }
 
-}  // namespace fs
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback::fs

@@ -12,10 +12,7 @@
 #include <fstream>
 #endif
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 HostInfo ReadHostInfo() {
   HostInfo info;
@@ -54,7 +51,4 @@ HostInfo ReadHostInfo() {
   return info;
 }
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -4,10 +4,7 @@
 #include <cstdint>
 #include <string>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 struct HostInfo {
   std::string hostName;
@@ -21,7 +18,4 @@ struct HostInfo {
 
 HostInfo ReadHostInfo();
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

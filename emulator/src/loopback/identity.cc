@@ -5,10 +5,7 @@
 #include <random>
 #include <type_traits>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 namespace {
 
@@ -57,7 +54,4 @@ std::string GenerateToken(const std::string& prefix) {
   return prefix + "." + Hex(engine()) + Hex(engine());
 }
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -8,10 +8,7 @@
 #include "loopback/host_info.h"
 #include "ombrix/enums.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 struct LocalIdentity {
   std::string accountId;           // "acct-" and 16 hex digits of "<user>@<host>"
@@ -27,7 +24,4 @@ LocalIdentity IdentityOf(const HostInfo& host);
 // A fresh random token "<prefix>.<32 hex digits>" (128 bits); thread-safe.
 std::string GenerateToken(const std::string& prefix);
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

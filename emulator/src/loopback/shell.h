@@ -36,10 +36,7 @@
 #include "loopback/cancel.h"
 #include "ombrix/shell.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 struct ShellLimits {
   size_t maxOutputBytes = 1 << 20;  // per stream
@@ -48,7 +45,4 @@ struct ShellLimits {
 ShellExecResult RunShell(const std::string& command, const std::string& workingDir,
                          const CancelFlag& cancel, const ShellLimits& limits = {}) noexcept;
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -20,10 +20,7 @@
 
 extern char** environ;
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 namespace {
 
@@ -276,7 +273,4 @@ ShellExecResult RunShell(const std::string& command, const std::string& workingD
   return Timed<ShellExecResult>([&] { return Run(command, workingDir, cancel, limits); });
 }
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -2,10 +2,7 @@
 
 #include "loopback/common.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 namespace {
 
@@ -31,7 +28,4 @@ std::string StartFailure(const std::string& workingDir, const std::string& reaso
                                                                 : reason;
 }
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -7,10 +7,7 @@
 #include "loopback/cancel.h"
 #include "ombrix/shell.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 // Whether `path` is a directory a command may run in; each platform's shell
 // file defines it.
@@ -24,7 +21,4 @@ bool MayStart(const std::string& workingDir, const CancelFlag& cancel, ShellExec
 // was checked, else `reason`.
 std::string StartFailure(const std::string& workingDir, const std::string& reason);
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -13,10 +13,7 @@
 #include "loopback/win32.h"
 #include "loopback/win_handle.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 namespace {
 
@@ -274,7 +271,4 @@ ShellExecResult RunShell(const std::string& command, const std::string& workingD
   return Timed<ShellExecResult>([&] { return Run(command, workingDir, cancel, limits); });
 }
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

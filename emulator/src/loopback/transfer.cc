@@ -9,10 +9,7 @@
 #include "loopback/common.h"
 #include "loopback/fs.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 namespace stdfs = std::filesystem;
 
@@ -171,7 +168,4 @@ FileTransferStatus TransferFile(const std::string& source, const std::string& de
   return status;
 }
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -26,10 +26,7 @@
 #include "loopback/cancel.h"
 #include "ombrix/remote_control.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
+namespace quelt::ombrix::emu::loopback {
 
 inline constexpr size_t kTransferBlockSize = 1024 * 1024;
 
@@ -44,7 +41,4 @@ FileTransferStatus TransferFile(const std::string& source, const std::string& de
 // How a file-system error is reported in a transfer's `errorCode`.
 FileTransferErrorCode TransferErrorFor(const std::error_code& ec) noexcept;
 
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback

@@ -4,11 +4,7 @@
 
 #include <cerrno>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
-namespace win32 {
+namespace quelt::ombrix::emu::loopback::win32 {
 
 namespace {
 
@@ -145,8 +141,4 @@ std::error_code ErrorFrom(unsigned long error) noexcept {
 
 std::error_code LastError() noexcept { return ErrorFrom(GetLastError()); }
 
-}  // namespace win32
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback::win32

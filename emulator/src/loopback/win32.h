@@ -6,11 +6,7 @@
 #include <string_view>
 #include <system_error>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
-namespace win32 {
+namespace quelt::ombrix::emu::loopback::win32 {
 
 // UTF-8 to UTF-16 and back; invalid sequences become U+FFFD.
 std::wstring Widen(std::string_view text);
@@ -34,8 +30,4 @@ std::string DisplayPath(std::wstring_view path);
 std::error_code ErrorFrom(unsigned long error) noexcept;
 std::error_code LastError() noexcept;
 
-}  // namespace win32
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback::win32

@@ -5,11 +5,7 @@
 
 #include <utility>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
-namespace loopback {
-namespace win32 {
+namespace quelt::ombrix::emu::loopback::win32 {
 
 class UniqueHandle {
  public:
@@ -38,8 +34,4 @@ class UniqueHandle {
   HANDLE handle_;
 };
 
-}  // namespace win32
-}  // namespace loopback
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu::loopback::win32

@@ -1,7 +1,6 @@
 #include "runtime/control_block.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 namespace detail {
 
 std::atomic<int64_t> g_liveObjects[kTypeCount];
@@ -53,5 +52,4 @@ bool TryAddStrong(ControlBlock* block) noexcept {
 
 }  // namespace detail
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -7,9 +7,7 @@
 
 #include "ombrix/types.h"
 
-namespace quelt {
-namespace ombrix {
-namespace detail {
+namespace quelt::ombrix::detail {
 
 enum TypeId : int {
 #define OMBRIX_TYPE_ID(label, ...) kType##label,
@@ -53,6 +51,4 @@ void ReleaseWeak(ControlBlock* block) noexcept;
 // Adds a strong reference unless the object is already gone.
 bool TryAddStrong(ControlBlock* block) noexcept;
 
-}  // namespace detail
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::detail

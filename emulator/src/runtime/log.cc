@@ -11,8 +11,7 @@
 #include "hostile/hostile.h"
 #include "scripted/faults.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 namespace {
 
@@ -116,5 +115,4 @@ void Log(LogLevel level, const char* module, const char* file, int line, const c
 }
 
 }  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -3,9 +3,7 @@
 
 #include "ombrix/logger.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 // Formats and logs only when the installed logger wants the level.
 void Log(LogLevel level, const char* module, const char* file, int line, const char* function,
@@ -15,9 +13,7 @@ void Log(LogLevel level, const char* module, const char* file, int line, const c
 #endif
     ;
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu
 
 #define EMU_LOG(level, module, ...) \
   ::quelt::ombrix::emu::Log(level, module, __FILE__, __LINE__, __func__, __VA_ARGS__)

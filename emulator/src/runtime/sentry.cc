@@ -4,8 +4,7 @@
 #include "ombrix_emu/control.h"
 #include "runtime/log.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 namespace {
 std::atomic<int64_t> g_initialized{0};
@@ -30,5 +29,4 @@ namespace emu {
 SentryCounts GetSentryCounts() { return SentryCounts{g_initialized.load(), g_shutdown.load()}; }
 }  // namespace emu
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -10,8 +10,7 @@
 #include "runtime/control_block.h"
 #include "tools/mode.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 
 using detail::ControlBlock;
 
@@ -176,5 +175,4 @@ SharedPtr<T> WeakPtr<T>::lock() const noexcept {
 OMBRIX_SHARED_TYPES(OMBRIX_INSTANTIATE_POINTERS)
 #undef OMBRIX_INSTANTIATE_POINTERS
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -13,8 +13,7 @@
 
 #include "runtime/log.h"
 
-namespace quelt {
-namespace ombrix {
+namespace quelt::ombrix {
 namespace emu {
 
 namespace {
@@ -115,5 +114,4 @@ SharedPtr<ThreadItf> ThreadItf::Create(const char* name) {
   return thread;
 }
 
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix

@@ -8,9 +8,7 @@
 
 #include "ombrix/thread.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class WorkerThread final : public ThreadItf {
  public:
@@ -40,6 +38,4 @@ void NameCurrentThread(const std::string& name);
 // Test hook: the next ThreadItf::Create returns empty.
 void FailNextThreadCreate();
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

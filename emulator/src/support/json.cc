@@ -5,9 +5,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 namespace {
 
@@ -352,6 +350,4 @@ std::string Json::Dump() const {
 
 Json Json::Parse(const std::string& text) { return Parser(text).ParseDocument(); }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -10,9 +10,7 @@
 #include <variant>
 #include <vector>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class Json {
  public:
@@ -70,6 +68,4 @@ class Json {
   std::variant<std::monostate, bool, double, std::string, Array, Object> value_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

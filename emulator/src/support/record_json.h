@@ -11,9 +11,7 @@
 #include "ombrix_addon/record_fields.h"
 #include "support/json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 using ombrix_records::ForEachField;
 using ombrix_records::IsRecord;
@@ -95,6 +93,4 @@ R FromJson(const Json& json) {
   return record;
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

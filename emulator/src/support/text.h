@@ -3,13 +3,9 @@
 
 #include <string>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 // The SDK treats a null C string as empty.
 inline std::string Str(const char* text) { return text ? text : ""; }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

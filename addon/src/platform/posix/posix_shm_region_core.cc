@@ -1,22 +1,36 @@
-#include "platform/posix/posix_shm_region_core.h"
+// ShmRegionCore over a POSIX shared-memory object and a NamedMutex.
+#include "shm_region_core.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "platform/posix/named_mutex.h"
 #include "platform/posix/shm_name.h"
 
 namespace ombrix_addon {
 
-std::unique_ptr<ShmRegionCore> CreateShmRegionCore() {
-  return std::make_unique<PosixShmRegionCore>();
-}
+struct ShmRegionCore::Impl {
+  // The part of the view still backed by the object: its owner may have
+  // shrunk it, and touching a page past its end raises SIGBUS.
+  uint64_t BackedSize() const;
 
-PosixShmRegionCore::~PosixShmRegionCore() { Close(); }
+  uint8_t* view = nullptr;
+  uint64_t size = 0;  // the object's length at open, rounded up to whole pages
+  uint64_t page = 0;
+  int fd = -1;        // kept to read the object's current length
+  std::unique_ptr<NamedMutex> mutex;
+  bool open = false;
+};
 
-bool PosixShmRegionCore::Open(const std::string& sectionName, const std::string& mutexName) {
-  if (open_) return true;  // the names are not compared
+ShmRegionCore::ShmRegionCore() : impl_(std::make_unique<Impl>()) {}
+
+ShmRegionCore::~ShmRegionCore() { Close(); }
+
+bool ShmRegionCore::Open(const std::string& sectionName, const std::string& mutexName) {
+  Impl& s = *impl_;
+  if (s.open) return true;  // the names are not compared
   const std::string name = PosixShmName(sectionName);
   if (name.empty()) return false;
 
@@ -42,59 +56,60 @@ bool PosixShmRegionCore::Open(const std::string& sectionName, const std::string&
   }
 
   if (!mutexName.empty()) {
-    mutex_ = NamedMutex::Open(mutexName);
-    if (!mutex_) {
+    s.mutex = NamedMutex::Open(mutexName);
+    if (!s.mutex) {
       munmap(view, size);
       close(fd);
       return false;
     }
   }
-  view_ = static_cast<uint8_t*>(view);
-  size_ = size;
-  page_ = page;
-  fd_ = fd;
-  open_ = true;
+  s.view = static_cast<uint8_t*>(view);
+  s.size = size;
+  s.page = page;
+  s.fd = fd;
+  s.open = true;
   return true;
 }
 
-void PosixShmRegionCore::Close() {
-  if (!open_) return;
-  munmap(view_, size_);
-  close(fd_);
-  fd_ = -1;
-  view_ = nullptr;
-  mutex_.reset();
-  open_ = false;
+void ShmRegionCore::Close() {
+  Impl& s = *impl_;
+  if (!s.open) return;
+  munmap(s.view, s.size);
+  close(s.fd);
+  s.fd = -1;
+  s.view = nullptr;
+  s.mutex.reset();
+  s.open = false;
 }
 
-bool PosixShmRegionCore::IsOpen() const { return open_; }
+bool ShmRegionCore::IsOpen() const { return impl_->open; }
 
-bool PosixShmRegionCore::Lock(uint32_t timeoutMs) {
-  if (!mutex_) return true;
+bool ShmRegionCore::Lock(uint32_t timeoutMs) {
+  if (!impl_->mutex) return true;
   // An abandoned mutex is owned from now on but still reported as a failure.
-  return mutex_->Lock(timeoutMs) == NamedMutex::LockResult::kAcquired;
+  return impl_->mutex->Lock(timeoutMs) == NamedMutex::LockResult::kAcquired;
 }
 
-void PosixShmRegionCore::Unlock() {
-  if (mutex_) mutex_->Unlock();
+void ShmRegionCore::Unlock() {
+  if (impl_->mutex) impl_->mutex->Unlock();
 }
 
-uint64_t PosixShmRegionCore::BackedSize() const {
+uint64_t ShmRegionCore::Impl::BackedSize() const {
   struct stat status;
-  if (fstat(fd_, &status) != 0 || status.st_size <= 0) return 0;
+  if (fstat(fd, &status) != 0 || status.st_size <= 0) return 0;
   // Within the page that holds the end, bytes past it read as zeros: no signal.
-  const uint64_t backed = (static_cast<uint64_t>(status.st_size) + page_ - 1) / page_ * page_;
-  return backed < size_ ? backed : size_;
+  const uint64_t backed = (static_cast<uint64_t>(status.st_size) + page - 1) / page * page;
+  return backed < size ? backed : size;
 }
 
 // A shrink between the length check and the access would still fault; the
 // window is one system call wide, where before it was the region's whole life.
-void PosixShmRegionCore::Read(uint8_t* destination, uint32_t offset, uint32_t length) const {
-  ReadFromView(view_, BackedSize(), destination, offset, length);
+void ShmRegionCore::Read(uint8_t* destination, uint32_t offset, uint32_t length) const {
+  ReadFromView(impl_->view, impl_->BackedSize(), destination, offset, length);
 }
 
-void PosixShmRegionCore::Write32(uint32_t offset, uint32_t value) {
-  WriteToView(view_, BackedSize(), offset, value);
+void ShmRegionCore::Write32(uint32_t offset, uint32_t value) {
+  WriteToView(impl_->view, impl_->BackedSize(), offset, value);
 }
 
 }  // namespace ombrix_addon

@@ -1,6 +1,8 @@
-#include "platform/win/win_shm_region_core.h"
+// ShmRegionCore over a named file mapping and a named Windows mutex.
+#include "shm_region_core.h"
 
 #include "platform/win/utf16.h"
+#include "platform/win/win_api.h"
 
 namespace ombrix_addon {
 
@@ -8,90 +10,101 @@ namespace {
 constexpr DWORD kReadWrite = FILE_MAP_READ | FILE_MAP_WRITE;
 }  // namespace
 
-std::unique_ptr<ShmRegionCore> CreateShmRegionCore() {
-  return std::make_unique<WinShmRegionCore>();
-}
+struct ShmRegionCore::Impl {
+  // Undoes a partial open.
+  void ReleaseView();
 
-WinShmRegionCore::~WinShmRegionCore() { Close(); }
+  HANDLE mapping = nullptr;
+  uint8_t* view = nullptr;
+  uint64_t size = 0;
+  HANDLE mutex = nullptr;
+  bool open = false;
+};
 
-bool WinShmRegionCore::Open(const std::string& sectionName, const std::string& mutexName) {
-  if (open_) return true;  // the names are not compared
+ShmRegionCore::ShmRegionCore() : impl_(std::make_unique<Impl>()) {}
+
+ShmRegionCore::~ShmRegionCore() { Close(); }
+
+bool ShmRegionCore::Open(const std::string& sectionName, const std::string& mutexName) {
+  Impl& s = *impl_;
+  if (s.open) return true;  // the names are not compared
   std::wstring section;
   if (!Utf8ToUtf16(sectionName, section)) return false;
 
-  mapping_ = OpenFileMappingW(kReadWrite, FALSE, section.c_str());
-  if (!mapping_) return false;
-  view_ = static_cast<uint8_t*>(MapViewOfFile(mapping_, kReadWrite, 0, 0, 0));
-  if (!view_) {
-    ReleaseView();
+  s.mapping = OpenFileMappingW(kReadWrite, FALSE, section.c_str());
+  if (!s.mapping) return false;
+  s.view = static_cast<uint8_t*>(MapViewOfFile(s.mapping, kReadWrite, 0, 0, 0));
+  if (!s.view) {
+    s.ReleaseView();
     return false;
   }
   // The section's own size is not queryable; the mapped region's is, and it
   // is page-granular.
   MEMORY_BASIC_INFORMATION region{};
-  if (VirtualQuery(view_, &region, sizeof region) == 0 || region.RegionSize == 0) {
-    ReleaseView();
+  if (VirtualQuery(s.view, &region, sizeof region) == 0 || region.RegionSize == 0) {
+    s.ReleaseView();
     return false;
   }
-  size_ = region.RegionSize;
+  s.size = region.RegionSize;
 
   if (!mutexName.empty()) {
     std::wstring mutex;
     if (!Utf8ToUtf16(mutexName, mutex)) {
-      ReleaseView();
+      s.ReleaseView();
       return false;
     }
     // Creates the mutex or, when another process already did, opens it.
-    mutex_ = CreateMutexW(nullptr, FALSE, mutex.c_str());
-    if (!mutex_) {
-      ReleaseView();
+    s.mutex = CreateMutexW(nullptr, FALSE, mutex.c_str());
+    if (!s.mutex) {
+      s.ReleaseView();
       return false;
     }
   }
-  open_ = true;
+  s.open = true;
   return true;
 }
 
-void WinShmRegionCore::ReleaseView() {
-  if (view_) {
-    UnmapViewOfFile(view_);
-    view_ = nullptr;
+void ShmRegionCore::Impl::ReleaseView() {
+  if (view) {
+    UnmapViewOfFile(view);
+    view = nullptr;
   }
-  if (mapping_) {
-    CloseHandle(mapping_);
-    mapping_ = nullptr;
+  if (mapping) {
+    CloseHandle(mapping);
+    mapping = nullptr;
   }
 }
 
-void WinShmRegionCore::Close() {
-  if (!open_) return;
-  ReleaseView();
-  if (mutex_) {
+void ShmRegionCore::Close() {
+  Impl& s = *impl_;
+  if (!s.open) return;
+  s.ReleaseView();
+  if (s.mutex) {
     // A mutex this thread still owns stays owned until the thread ends.
-    CloseHandle(mutex_);
-    mutex_ = nullptr;
+    CloseHandle(s.mutex);
+    s.mutex = nullptr;
   }
-  open_ = false;
+  s.open = false;
 }
 
-bool WinShmRegionCore::IsOpen() const { return open_; }
+bool ShmRegionCore::IsOpen() const { return impl_->open; }
 
-bool WinShmRegionCore::Lock(uint32_t timeoutMs) {
-  if (!mutex_) return true;
+bool ShmRegionCore::Lock(uint32_t timeoutMs) {
+  if (!impl_->mutex) return true;
   // WAIT_ABANDONED hands this thread the mutex but still counts as failure.
-  return WaitForSingleObject(mutex_, timeoutMs) == WAIT_OBJECT_0;
+  return WaitForSingleObject(impl_->mutex, timeoutMs) == WAIT_OBJECT_0;
 }
 
-void WinShmRegionCore::Unlock() {
-  if (mutex_) ReleaseMutex(mutex_);
+void ShmRegionCore::Unlock() {
+  if (impl_->mutex) ReleaseMutex(impl_->mutex);
 }
 
-void WinShmRegionCore::Read(uint8_t* destination, uint32_t offset, uint32_t length) const {
-  ReadFromView(view_, size_, destination, offset, length);
+void ShmRegionCore::Read(uint8_t* destination, uint32_t offset, uint32_t length) const {
+  ReadFromView(impl_->view, impl_->size, destination, offset, length);
 }
 
-void WinShmRegionCore::Write32(uint32_t offset, uint32_t value) {
-  WriteToView(view_, size_, offset, value);
+void ShmRegionCore::Write32(uint32_t offset, uint32_t value) {
+  WriteToView(impl_->view, impl_->size, offset, value);
 }
 
 }  // namespace ombrix_addon

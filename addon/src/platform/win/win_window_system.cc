@@ -1,4 +1,5 @@
-#include "platform/win/win_window_system.h"
+// WindowSystem over the Win32 user-interface, shell and process interfaces.
+#include "window_system.h"
 
 #include <cstring>
 #include <new>
@@ -49,12 +50,13 @@ BOOL CALLBACK CollectTitledWindow(HWND window, LPARAM param) {
 
 }  // namespace
 
-WindowSystem& PlatformWindowSystem() {
-  static WinWindowSystem* windows = new WinWindowSystem;  // workers may outlive statics
+// No state of its own: Win32 keeps it all.
+WindowSystem& WindowSystem::Platform() {
+  static WindowSystem* windows = new WindowSystem(nullptr);
   return *windows;
 }
 
-std::vector<WindowSystem::Window> WinWindowSystem::VisibleTitledWindows() {
+std::vector<WindowSystem::Window> WindowSystem::VisibleTitledWindows() {
   TitledWindows windows;
   EnumWindows(CollectTitledWindow, reinterpret_cast<LPARAM>(&windows));
   if (windows.outOfMemory) throw std::bad_alloc();
@@ -66,13 +68,13 @@ std::vector<WindowSystem::Window> WinWindowSystem::VisibleTitledWindows() {
   return records;
 }
 
-WindowSystem::Handle WinWindowSystem::Foreground() { return FromHwnd(GetForegroundWindow()); }
+WindowSystem::Handle WindowSystem::Foreground() { return FromHwnd(GetForegroundWindow()); }
 
-bool WinWindowSystem::BringToForeground(Handle window) {
+bool WindowSystem::BringToForeground(Handle window) {
   return SetForegroundWindow(ToHwnd(window)) != FALSE;
 }
 
-bool WinWindowSystem::ReadPlacement(Handle window, Placement& placement) {
+bool WindowSystem::ReadPlacement(Handle window, Placement& placement) {
   WINDOWPLACEMENT native{};
   native.length = sizeof native;
   if (!GetWindowPlacement(ToHwnd(window), &native)) return false;
@@ -80,18 +82,18 @@ bool WinWindowSystem::ReadPlacement(Handle window, Placement& placement) {
   return true;
 }
 
-bool WinWindowSystem::WritePlacement(Handle window, const Placement& placement) {
+bool WindowSystem::WritePlacement(Handle window, const Placement& placement) {
   WINDOWPLACEMENT native;
   std::memcpy(&native, placement.data(), sizeof native);  // passed on unchanged
   return SetWindowPlacement(ToHwnd(window), &native) != FALSE;
 }
 
-bool WinWindowSystem::Exists(Handle window) { return IsWindow(ToHwnd(window)) != FALSE; }
+bool WindowSystem::Exists(Handle window) { return IsWindow(ToHwnd(window)) != FALSE; }
 
-bool WinWindowSystem::Minimized(Handle window) { return IsIconic(ToHwnd(window)) != FALSE; }
+bool WindowSystem::Minimized(Handle window) { return IsIconic(ToHwnd(window)) != FALSE; }
 
 // Whether the task switcher would list the window.
-bool WinWindowSystem::ShownInAltTab(Handle handle) {
+bool WindowSystem::ShownInAltTab(Handle handle) {
   const HWND window = ToHwnd(handle);
   if (!IsWindowVisible(window)) return false;
 
@@ -114,11 +116,11 @@ bool WinWindowSystem::ShownInAltTab(Handle handle) {
   return (extendedStyle & WS_EX_APPWINDOW) || !(extendedStyle & WS_EX_TOOLWINDOW);
 }
 
-bool WinWindowSystem::Show(Handle window, int32_t command) {
+bool WindowSystem::Show(Handle window, int32_t command) {
   return ShowWindow(ToHwnd(window), command) != FALSE;
 }
 
-bool WinWindowSystem::OpenWithShell(const std::string& target) {
+bool WindowSystem::OpenWithShell(const std::string& target) {
   std::wstring wideTarget;
   if (!Utf8ToUtf16(target, wideTarget)) return false;
   const HINSTANCE result =
@@ -127,13 +129,13 @@ bool WinWindowSystem::OpenWithShell(const std::string& target) {
   return static_cast<int64_t>(reinterpret_cast<intptr_t>(result)) > 32;
 }
 
-uint32_t WinWindowSystem::ProcessOf(Handle window) {
+uint32_t WindowSystem::ProcessOf(Handle window) {
   DWORD processId = 0;
   GetWindowThreadProcessId(ToHwnd(window), &processId);
   return processId;
 }
 
-std::optional<std::string> WinWindowSystem::ProcessImagePath(uint32_t processId) {
+std::optional<std::string> WindowSystem::ProcessImagePath(uint32_t processId) {
   const HANDLE process = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, processId);
   if (!process) return std::nullopt;
   wchar_t path[MAX_PATH];
@@ -144,13 +146,13 @@ std::optional<std::string> WinWindowSystem::ProcessImagePath(uint32_t processId)
   return Utf16ToUtf8(path, length);
 }
 
-bool WinWindowSystem::AllowForeground(uint32_t processId) {
+bool WindowSystem::AllowForeground(uint32_t processId) {
   return AllowSetForegroundWindow(processId) != FALSE;
 }
 
-uint32_t WinWindowSystem::LastError() { return static_cast<uint32_t>(GetLastError()); }
+uint32_t WindowSystem::LastError() { return static_cast<uint32_t>(GetLastError()); }
 
-WindowSystem::Activation WinWindowSystem::Activate(Handle window) {
+WindowSystem::Activation WindowSystem::Activate(Handle window) {
   return ActivateTiered(ToHwnd(window));
 }
 
