@@ -18,6 +18,7 @@
 #include "remote_file_tool_wrap.h"
 #include "remote_file_transfer_tool_wrap.h"
 #include "remote_shell_tool_wrap.h"
+#include "tool_promise.h"
 #include "tool_service_wrap.h"
 
 namespace ombrix_addon {
@@ -50,49 +51,15 @@ class OmbrixClient::ToolServiceEvent final : public JsTask {
 
 namespace {
 
-// The Fernwick workspace request: settled once, on the JavaScript thread.
-struct WorkspaceRequest {
-  explicit WorkspaceRequest(Napi::Env env) : deferred(Napi::Promise::Deferred::New(env)) {}
-  Napi::Promise::Deferred deferred;
-  bool settled = false;
-};
-
-class WorkspaceDelivery final : public JsTask {
- public:
-  WorkspaceDelivery(std::shared_ptr<WorkspaceRequest> request, std::string path)
-      : request_(std::move(request)), path_(std::move(path)) {}
-
-  void Run(Napi::Env env, Napi::Function) override {
-    if (request_->settled) return;
-    request_->settled = true;
-    if (path_.empty()) {
-      request_->deferred.Reject(
-          CodedError(env, code::kUnavailable, "Fernwick workspace not available").Value());
+// The Fernwick workspace: a path resolves, an empty or null one rejects.
+struct WorkspacePath {
+  static void Settle(Napi::Env env, Napi::Promise::Deferred& deferred, const std::string& path) {
+    if (path.empty()) {
+      deferred.Reject(CodedError(env, code::kUnavailable, "Fernwick workspace not available").Value());
     } else {
-      request_->deferred.Resolve(Napi::String::New(env, path_));
+      deferred.Resolve(Napi::String::New(env, path));
     }
   }
-
- private:
-  std::shared_ptr<WorkspaceRequest> request_;
-  std::string path_;
-};
-
-class WorkspaceCallback final : public CallbackItf<const char*> {
- public:
-  WorkspaceCallback(std::shared_ptr<WorkspaceRequest> request, std::shared_ptr<JsChannel> channel)
-      : request_(std::move(request)), channel_(std::move(channel)) {}
-  // Unanswered: releasing the channel lets its close reject the request.
-  ~WorkspaceCallback() override { channel_->Release(); }
-
-  void OnResult(const char* path) override {
-    channel_->Post(std::make_unique<WorkspaceDelivery>(request_, path ? path : ""));
-    channel_->Release();
-  }
-
- private:
-  std::shared_ptr<WorkspaceRequest> request_;
-  std::shared_ptr<JsChannel> channel_;
 };
 
 template <class Wrap, class Itf>
@@ -295,24 +262,18 @@ Napi::Value OmbrixClient::SetAuditManager(const Napi::CallbackInfo& info) {
 Napi::Value OmbrixClient::GetFernwickWorkspace(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
   RequireClient(env, kOmbrixClientNotInitialized);
-  auto request = std::make_shared<WorkspaceRequest>(env);
-  auto channel = JsChannel::Create(env, "GetFernwickWorkspaceCallback", Napi::Function(),
-                                   [request](Napi::Env closeEnv) {
-                                     if (request->settled) return;
-                                     request->settled = true;
-                                     request->deferred.Reject(
-                                         CodedError(closeEnv, code::kAborted,
-                                                    "Fernwick workspace request aborted")
-                                             .Value());
-                                   });
+  auto deferred = Napi::Promise::Deferred::New(env);
+  auto* callback = new PromiseCallback<const char*, WorkspacePath>(
+      deferred, AddonState::Get(env).ResultChannel(env, "GetFernwickWorkspaceCallback"),
+      DeliveryError{code::kAborted, "Fernwick workspace request aborted"});
+  SharedPtr<CallbackItf<const char*>> owned(callback);
   try {
-    client_->GetFernwickWorkspace(
-        SharedPtr<CallbackItf<const char*>>(new WorkspaceCallback(request, channel)));
+    client_->GetFernwickWorkspace(owned);
   } catch (...) {
-    request->settled = true;  // the caller sees the throw; nobody holds this Promise
+    callback->Abandon();  // the caller sees the throw; nobody holds this Promise
     throw;
   }
-  return request->deferred.Promise();
+  return deferred.Promise();
 }
 
 Napi::Value OmbrixClient::CreateFernwickManager(const Napi::CallbackInfo& info) {

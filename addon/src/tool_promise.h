@@ -51,8 +51,17 @@ struct DeliveryError {
   std::string text;
 };
 
+// How a delivered result settles its Promise: by default it resolves with
+// the result's JavaScript form. Requests with other rules bring their own.
+struct ResolveWithResult {
+  template <class R>
+  static void Settle(Napi::Env env, Napi::Promise::Deferred& deferred, const R& result) {
+    deferred.Resolve(ToJs(env, result));
+  }
+};
+
 // The heap record that crosses to the JavaScript thread.
-template <class R>
+template <class R, class Settle = ResolveWithResult>
 class ResultDelivery final : public JsTask {
  public:
   ResultDelivery(JsChannel* channel, Napi::Promise::Deferred deferred, R result)
@@ -64,7 +73,7 @@ class ResultDelivery final : public JsTask {
   void Run(Napi::Env env, Napi::Function) override {
     channel_->Unhold();
     if (hasResult_) {
-      deferred_.Resolve(ToJs(env, result_));
+      Settle::Settle(env, deferred_, result_);
     } else {
       deferred_.Reject(CodedError(env, error_.code, error_.text).Value());
     }
@@ -78,28 +87,32 @@ class ResultDelivery final : public JsTask {
   bool hasResult_;
 };
 
-template <class Arg>
+template <class Arg, class Settle = ResolveWithResult>
 class PromiseCallback final : public sdk::CallbackItf<Arg> {
  public:
   using Result = typename Captured<Arg>::Type;
 
-  // JavaScript thread.
-  PromiseCallback(Napi::Promise::Deferred deferred, std::shared_ptr<JsChannel> channel)
-      : deferred_(deferred), channel_(std::move(channel)) {
+  // JavaScript thread. `unanswered` is how the Promise rejects when the SDK
+  // lets go of the callback without invoking it.
+  PromiseCallback(Napi::Promise::Deferred deferred, std::shared_ptr<JsChannel> channel,
+                  DeliveryError unanswered = {code::kNoResult,
+                                              "The SDK dropped the operation without a result"})
+      : deferred_(deferred), channel_(std::move(channel)), unanswered_(std::move(unanswered)) {
     channel_->Hold();
   }
 
   // An SDK that drops the callback unanswered would otherwise leave the
   // Promise pending and its channel holding the event loop for ever.
-  ~PromiseCallback() override { Reject(code::kNoResult, "The SDK dropped the operation without a result"); }
+  ~PromiseCallback() override { Reject(unanswered_.code, std::move(unanswered_.text)); }
 
   void OnResult(Arg result) override {
-    Deliver(std::make_unique<ResultDelivery<Result>>(channel_.get(), deferred_, Captured<Arg>::Copy(result)));
+    Deliver(std::make_unique<ResultDelivery<Result, Settle>>(channel_.get(), deferred_,
+                                                             Captured<Arg>::Copy(result)));
   }
 
   void Reject(const char* code, std::string message) {
-    Deliver(std::make_unique<ResultDelivery<Result>>(channel_.get(), deferred_,
-                                                     DeliveryError{code, std::move(message)}));
+    Deliver(std::make_unique<ResultDelivery<Result, Settle>>(channel_.get(), deferred_,
+                                                             DeliveryError{code, std::move(message)}));
   }
 
   // JavaScript thread. The call threw instead of starting: its caller sees
@@ -117,6 +130,7 @@ class PromiseCallback final : public sdk::CallbackItf<Arg> {
 
   Napi::Promise::Deferred deferred_;
   std::shared_ptr<JsChannel> channel_;
+  DeliveryError unanswered_;
   std::atomic<bool> delivered_{false};
 };
 
