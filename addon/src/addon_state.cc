@@ -36,7 +36,8 @@ Napi::Function AddonState::Relay(Napi::Env env) {
   return relay;
 }
 
-const std::shared_ptr<JsChannel>& AddonState::ResultChannel(Napi::Env env, const char* resourceName) {
+const std::shared_ptr<JsChannel>& AddonState::ResultChannel(Napi::Env env,
+                                                            const char* resourceName) {
   for (const auto& entry : resultChannels_) {
     if (entry.first == resourceName) return entry.second;
   }

@@ -58,7 +58,7 @@ inline int32_t OptionalInt32(const Napi::CallbackInfo& info, size_t index, int32
 
 inline bool OptionalBool(const Napi::CallbackInfo& info, size_t index, bool fallback) {
   return info.Length() > index && info[index].IsBoolean() ? info[index].As<Napi::Boolean>().Value()
-                                                           : fallback;
+                                                          : fallback;
 }
 
 }  // namespace ombrix_addon

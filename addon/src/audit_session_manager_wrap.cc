@@ -36,14 +36,14 @@ void JSAuditSessionManager::CreateSession(
     SharedPtr<CallbackItf<const CreateAuditSessionResult&>> callback) {
   CallJs<CreateAuditSessionResult>(
       target_, "createSession", NoArguments,
-      ObjectResult<CreateAuditSessionResult>(
-          "CreateAuditSessionResult",
-          [](Napi::Env env, Napi::Object result) {
-            auto outcome =
-                ReadOutcome<CreateAuditSessionResult>(result, CodeRule::kPresentElseSuccess);
-            outcome.extras.session = AdapterAt<AuditSessionItf>(env, result, "session", MakeSession);
-            return outcome;
-          }),
+      ObjectResult<CreateAuditSessionResult>("CreateAuditSessionResult",
+                                             [](Napi::Env env, Napi::Object result) {
+                                               auto outcome = ReadOutcome<CreateAuditSessionResult>(
+                                                   result, CodeRule::kPresentElseSuccess);
+                                               outcome.extras.session = AdapterAt<AuditSessionItf>(
+                                                   env, result, "session", MakeSession);
+                                               return outcome;
+                                             }),
       std::move(callback), kAuditRules);
 }
 
@@ -57,8 +57,8 @@ void JSAuditSessionManager::GetSessions(
             auto outcome =
                 ReadOutcome<GetAuditSessionsResult>(result, CodeRule::kPresentElseSuccess);
             auto sessions = AdaptersAt<AuditSessionItf>(env, result, "sessions", MakeSession);
-            outcome.extras.sessions =
-                SharedPtr<AuditSessionListItf>(new ombrix_records::AuditSessionList(std::move(sessions)));
+            outcome.extras.sessions = SharedPtr<AuditSessionListItf>(
+                new ombrix_records::AuditSessionList(std::move(sessions)));
             return outcome;
           }),
       std::move(callback), kAuditRules);

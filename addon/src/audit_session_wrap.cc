@@ -24,8 +24,8 @@ SharedPtr<AuditSessionInfo> InfoFromJs(Napi::Value value) {
 
 Napi::Value MakeObserverObject(Napi::Env env, const SharedPtr<AuditSessionObserverItf>& observer) {
   Napi::Object object = Napi::Object::New(env);
-  auto event = [&](const char* name, void (*forward)(AuditSessionObserverItf&,
-                                                       const Napi::CallbackInfo&)) {
+  auto event = [&](const char* name,
+                   void (*forward)(AuditSessionObserverItf&, const Napi::CallbackInfo&)) {
     object.Set(name, Napi::Function::New(
                          env,
                          [observer, forward](const Napi::CallbackInfo& info) {
@@ -33,8 +33,9 @@ Napi::Value MakeObserverObject(Napi::Env env, const SharedPtr<AuditSessionObserv
                          },
                          name));
   };
-  event("onRecordingDone",
-        [](AuditSessionObserverItf& target, const Napi::CallbackInfo&) { target.OnRecordingDone(); });
+  event("onRecordingDone", [](AuditSessionObserverItf& target, const Napi::CallbackInfo&) {
+    target.OnRecordingDone();
+  });
   event("onReportReady",
         [](AuditSessionObserverItf& target, const Napi::CallbackInfo&) { target.OnReportReady(); });
   event("onError", [](AuditSessionObserverItf& target, const Napi::CallbackInfo& info) {
@@ -67,20 +68,19 @@ SharedPtr<AuditSessionInfo> JSAuditSession::GetCachedSessionInfo() {
 
 void JSAuditSession::GetInfo(SharedPtr<CallbackItf<const GetAuditInfoResult&>> callback) {
   std::shared_ptr<State> state = state_;
-  CallJs<GetAuditInfoResult>(
-      target_, "getInfo", NoArguments,
-      InfoResult<GetAuditInfoResult>(
-          "GetAuditInfoResult not returned",
-          [state](Napi::Value value, Outcome<GetAuditInfoResult>* outcome) {
-            SharedPtr<AuditSessionInfo> info = InfoFromJs(value);
-            {
-              std::lock_guard<std::mutex> lock(state->mutex);
-              state->info = info;
-            }
-            outcome->extras.info = info;
-          },
-          AuditWarn),
-      std::move(callback), kAuditRules);
+  CallJs<GetAuditInfoResult>(target_, "getInfo", NoArguments,
+                             InfoResult<GetAuditInfoResult>(
+                                 "GetAuditInfoResult not returned",
+                                 [state](Napi::Value value, Outcome<GetAuditInfoResult>* outcome) {
+                                   SharedPtr<AuditSessionInfo> info = InfoFromJs(value);
+                                   {
+                                     std::lock_guard<std::mutex> lock(state->mutex);
+                                     state->info = info;
+                                   }
+                                   outcome->extras.info = info;
+                                 },
+                                 AuditWarn),
+                             std::move(callback), kAuditRules);
 }
 
 void JSAuditSession::Start(const char* options, OperationCallback callback) {
@@ -99,11 +99,11 @@ void JSAuditSession::GetReport(SharedPtr<CallbackItf<const GetAuditReportResult&
       ObjectResult<GetAuditReportResult>(
           "GetAuditReportResult",
           [](Napi::Env, Napi::Object result) {
-            auto outcome =
-                ReadOutcome<GetAuditReportResult>(result, CodeRule::kPresentElseSuccess);
+            auto outcome = ReadOutcome<GetAuditReportResult>(result, CodeRule::kPresentElseSuccess);
             if (result.Has("report") && result.Get("report").IsObject()) {
               auto report = std::make_shared<ombrix_records::AuditReportData>(
-                  FromJs<ombrix_records::AuditReportData, Int64Form::kNumber>(result.Get("report")));
+                  FromJs<ombrix_records::AuditReportData, Int64Form::kNumber>(
+                      result.Get("report")));
               outcome.extras.report = View(*report);
               outcome.storage = report;
             }

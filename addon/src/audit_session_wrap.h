@@ -22,9 +22,9 @@ class JSAuditSession final : public quelt::ombrix::AuditSessionItf {
   JSAuditSession(Napi::Env env, Napi::Object session);
 
   quelt::ombrix::SharedPtr<quelt::ombrix::AuditSessionInfo> GetCachedSessionInfo() override;
-  void GetInfo(quelt::ombrix::SharedPtr<
-               quelt::ombrix::CallbackItf<const quelt::ombrix::GetAuditInfoResult&>>
-                   callback) override;
+  void GetInfo(
+      quelt::ombrix::SharedPtr<quelt::ombrix::CallbackItf<const quelt::ombrix::GetAuditInfoResult&>>
+          callback) override;
   void Start(const char* options, OperationCallback callback) override;
   void Stop(OperationCallback callback) override;
   void GetReport(quelt::ombrix::SharedPtr<

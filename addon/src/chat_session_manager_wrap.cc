@@ -33,8 +33,8 @@ void JSChatSessionManager::SetLanguageCode(
       OperationResultOf(CodeRule::kNumberElseFailure), std::move(callback), kChatRules);
 }
 
-void JSChatSessionManager::CreateSession(ChatMode mode,
-                                         SharedPtr<CallbackItf<const CreateSessionResult&>> callback) {
+void JSChatSessionManager::CreateSession(
+    ChatMode mode, SharedPtr<CallbackItf<const CreateSessionResult&>> callback) {
   CallJs<CreateSessionResult>(
       target_, "createSession",
       [mode](Napi::Env env) -> std::vector<napi_value> {
@@ -58,8 +58,8 @@ void JSChatSessionManager::GetSessions(SharedPtr<CallbackItf<const GetSessionsRe
           [](Napi::Env env, Napi::Object result) {
             auto outcome = ReadOutcome<GetSessionsResult>(result, CodeRule::kNumberElseFailure);
             auto sessions = AdaptersAt<ChatSessionItf>(env, result, "sessions", MakeSession);
-            outcome.extras.sessions =
-                SharedPtr<ChatSessionListItf>(new ombrix_records::ChatSessionList(std::move(sessions)));
+            outcome.extras.sessions = SharedPtr<ChatSessionListItf>(
+                new ombrix_records::ChatSessionList(std::move(sessions)));
             return outcome;
           }),
       std::move(callback), kChatRules);

@@ -23,9 +23,9 @@ class JSChatSessionManager final : public quelt::ombrix::ChatSessionManagerItf {
                      quelt::ombrix::SharedPtr<
                          quelt::ombrix::CallbackItf<const quelt::ombrix::CreateSessionResult&>>
                          callback) override;
-  void GetSessions(quelt::ombrix::SharedPtr<
-                   quelt::ombrix::CallbackItf<const quelt::ombrix::GetSessionsResult&>>
-                       callback) override;
+  void GetSessions(
+      quelt::ombrix::SharedPtr<quelt::ombrix::CallbackItf<const quelt::ombrix::GetSessionsResult&>>
+          callback) override;
 
  private:
   std::shared_ptr<JsTarget> target_;

@@ -46,27 +46,27 @@ SharedPtr<ChatSessionInfo> JSChatSession::GetCachedInfo() {
 
 void JSChatSession::GetInfo(SharedPtr<CallbackItf<const GetInfoResult&>> callback) {
   std::shared_ptr<InfoCache> cache = cache_;
-  CallJs<GetInfoResult>(
-      target_, "getInfo", NoArguments,
-      InfoResult<GetInfoResult>(
-          "Session info not returned",
-          [cache](Napi::Value value, Outcome<GetInfoResult>* outcome) {
-            SharedPtr<ChatSessionInfo> info = ombrix_records::MakeChatSessionInfo(
-                FromJs<ombrix_records::SessionInfoData>(value), true);
-            {
-              // Readers keep their own reference: a replaced record stays valid for them.
-              std::lock_guard<std::mutex> lock(cache->mutex);
-              cache->info = info;
-            }
-            outcome->extras.info = info;
-          }),
-      std::move(callback), kChatRules);
+  CallJs<GetInfoResult>(target_, "getInfo", NoArguments,
+                        InfoResult<GetInfoResult>(
+                            "Session info not returned",
+                            [cache](Napi::Value value, Outcome<GetInfoResult>* outcome) {
+                              SharedPtr<ChatSessionInfo> info = ombrix_records::MakeChatSessionInfo(
+                                  FromJs<ombrix_records::SessionInfoData>(value), true);
+                              {
+                                // Readers keep their own reference: a replaced record stays valid
+                                // for them.
+                                std::lock_guard<std::mutex> lock(cache->mutex);
+                                cache->info = info;
+                              }
+                              outcome->extras.info = info;
+                            }),
+                        std::move(callback), kChatRules);
 }
 
 void JSChatSession::SetTitle(const char* title, OperationCallback callback) {
-  CallJs<OperationResult>(
-      target_, "setTitle", TextArgument(title),
-      OperationResultOf(CodeRule::kNumberElseFailure), std::move(callback), kChatRules);
+  CallJs<OperationResult>(target_, "setTitle", TextArgument(title),
+                          OperationResultOf(CodeRule::kNumberElseFailure), std::move(callback),
+                          kChatRules);
 }
 
 void JSChatSession::SendChat(const char* content, SharedPtr<ChatResponseStreamItf> stream,

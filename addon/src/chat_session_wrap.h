@@ -23,9 +23,9 @@ class JSChatSession final : public quelt::ombrix::ChatSessionItf {
   JSChatSession(Napi::Env env, Napi::Value session);
 
   quelt::ombrix::SharedPtr<quelt::ombrix::ChatSessionInfo> GetCachedInfo() override;
-  void GetInfo(quelt::ombrix::SharedPtr<
-               quelt::ombrix::CallbackItf<const quelt::ombrix::GetInfoResult&>>
-                   callback) override;
+  void GetInfo(
+      quelt::ombrix::SharedPtr<quelt::ombrix::CallbackItf<const quelt::ombrix::GetInfoResult&>>
+          callback) override;
   void SetTitle(const char* title, OperationCallback callback) override;
   void SendChat(const char* content,
                 quelt::ombrix::SharedPtr<quelt::ombrix::ChatResponseStreamItf> stream,

@@ -74,7 +74,8 @@ Napi::Value OnToolCall(const Napi::CallbackInfo& info) {
 Napi::Value OnTodos(const Napi::CallbackInfo& info) {
   ChatResponseStreamItf& stream = Stream(info);
   if (info.Length() > 0 && info[0].IsArray()) {
-    std::vector<ombrix_records::TodoData> todos = FromJs<std::vector<ombrix_records::TodoData>>(info[0]);
+    std::vector<ombrix_records::TodoData> todos =
+        FromJs<std::vector<ombrix_records::TodoData>>(info[0]);
     std::vector<Todo> records;
     records.reserve(todos.size());
     for (const ombrix_records::TodoData& todo : todos) records.push_back(View(todo));

@@ -10,8 +10,8 @@
 
 namespace ombrix_addon {
 
-Napi::Object MakeStreamObject(Napi::Env env,
-                              quelt::ombrix::SharedPtr<quelt::ombrix::ChatResponseStreamItf> stream);
+Napi::Object MakeStreamObject(
+    Napi::Env env, quelt::ombrix::SharedPtr<quelt::ombrix::ChatResponseStreamItf> stream);
 Napi::Object MakeConfirmObject(Napi::Env env,
                                quelt::ombrix::SharedPtr<quelt::ombrix::ConfirmCallbackItf> confirm);
 

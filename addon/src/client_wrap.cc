@@ -55,7 +55,8 @@ namespace {
 struct WorkspacePath {
   static void Settle(Napi::Env env, Napi::Promise::Deferred& deferred, const std::string& path) {
     if (path.empty()) {
-      deferred.Reject(CodedError(env, code::kUnavailable, "Fernwick workspace not available").Value());
+      deferred.Reject(
+          CodedError(env, code::kUnavailable, "Fernwick workspace not available").Value());
     } else {
       deferred.Resolve(Napi::String::New(env, path));
     }
@@ -80,20 +81,21 @@ constexpr const char* kOmbrixClientNotInitialized = "OmbrixClient is not initial
 
 void OmbrixClient::Init(Napi::Env env) {
   std::vector<Napi::ClassPropertyDescriptor<OmbrixClient>> members{
-       TaggedMethod<&OmbrixClient::CreateAccountTool>("createAccountTool"),
-       TaggedMethod<&OmbrixClient::CreateRemoteFileTransferTool>("createRemoteFileTransferTool"),
-       TaggedMethod<&OmbrixClient::CreateRemoteControlTool>("createRemoteControlTool"),
-       TaggedMethod<&OmbrixClient::CreateRemoteFileTool>("createRemoteFileTool"),
-       TaggedMethod<&OmbrixClient::CreateRemoteShellTool>("createRemoteShellTool"),
-       TaggedMethod<&OmbrixClient::SetObserver>("setObserver"),
-       TaggedMethod<&OmbrixClient::SetAuditManager>("setAuditManager"),
-       TaggedMethod<&OmbrixClient::GetFernwickWorkspace>("getFernwickWorkspace"),
-       TaggedMethod<&OmbrixClient::CreateFernwickManager>("createFernwickManager"),
-       TaggedMethod<&OmbrixClient::Close>("close")};
+      TaggedMethod<&OmbrixClient::CreateAccountTool>("createAccountTool"),
+      TaggedMethod<&OmbrixClient::CreateRemoteFileTransferTool>("createRemoteFileTransferTool"),
+      TaggedMethod<&OmbrixClient::CreateRemoteControlTool>("createRemoteControlTool"),
+      TaggedMethod<&OmbrixClient::CreateRemoteFileTool>("createRemoteFileTool"),
+      TaggedMethod<&OmbrixClient::CreateRemoteShellTool>("createRemoteShellTool"),
+      TaggedMethod<&OmbrixClient::SetObserver>("setObserver"),
+      TaggedMethod<&OmbrixClient::SetAuditManager>("setAuditManager"),
+      TaggedMethod<&OmbrixClient::GetFernwickWorkspace>("getFernwickWorkspace"),
+      TaggedMethod<&OmbrixClient::CreateFernwickManager>("createFernwickManager"),
+      TaggedMethod<&OmbrixClient::Close>("close")};
   // `using client = createOmbrixClient(…)` closes it at the end of the scope,
   // where the runtime has explicit resource management.
   Napi::Value dispose = env.Global().Get("Symbol").As<Napi::Object>().Get("dispose");
-  if (dispose.IsSymbol()) members.push_back(TaggedMethod<&OmbrixClient::Close>(dispose.As<Napi::Symbol>()));
+  if (dispose.IsSymbol())
+    members.push_back(TaggedMethod<&OmbrixClient::Close>(dispose.As<Napi::Symbol>()));
   AddonState::Get(env).SetConstructor(kClassName, DefineClass(env, kClassName, members));
 }
 
@@ -169,7 +171,8 @@ Napi::Value OmbrixClient::Create(const Napi::CallbackInfo& info) {
   } catch (const Napi::Error&) {
     throw;
   } catch (const std::exception& e) {
-    throw CodedError(env, code::kSdkFailure, std::string("Failed to create OmbrixClient: ") + e.what());
+    throw CodedError(env, code::kSdkFailure,
+                     std::string("Failed to create OmbrixClient: ") + e.what());
   }
 }
 
@@ -282,10 +285,12 @@ Napi::Value OmbrixClient::CreateFernwickManager(const Napi::CallbackInfo& info) 
   try {
     SharedPtr<FernwickManagerItf> manager;
     if (info.Length() > 0 && info[0].IsObject()) {
-      manager = SharedPtr<FernwickManagerItf>(new JSFernwickManager(env, info[0].As<Napi::Object>()));
+      manager =
+          SharedPtr<FernwickManagerItf>(new JSFernwickManager(env, info[0].As<Napi::Object>()));
     } else if (info.Length() > 0 && !info[0].IsUndefined() && !info[0].IsNull()) {
       throw ArgumentError(
-          env, "createFernwickManager: arg 1 must be an FernwickManager object, null, or undefined");
+          env,
+          "createFernwickManager: arg 1 must be an FernwickManager object, null, or undefined");
     }
     SharedPtr<FernwickManagerItf> created = client_->CreateFernwickManager(manager);
     if (!created) {
@@ -296,7 +301,8 @@ Napi::Value OmbrixClient::CreateFernwickManager(const Napi::CallbackInfo& info) 
   } catch (const Napi::Error&) {
     throw;
   } catch (const std::exception& e) {
-    throw CodedError(env, code::kSdkFailure, std::string("createFernwickManager failed: ") + e.what());
+    throw CodedError(env, code::kSdkFailure,
+                     std::string("createFernwickManager failed: ") + e.what());
   }
 }
 

@@ -34,15 +34,15 @@ void BufferArg(const Napi::CallbackInfo& info, size_t index, void** data, size_t
 }  // namespace
 
 void GuiTool::Init(Napi::Env env) {
-  Napi::Function constructor = DefineClass(env, kClassName,
+  Napi::Function constructor = DefineClass(
+      env, kClassName,
       {TaggedMethod<&GuiTool::ActivateWindow>("activateWindow"),
        TaggedMethod<&GuiTool::EnumerateVisibleTopLevelWindows>("enumerateVisibleTopLevelWindows"),
        TaggedMethod<&GuiTool::GetForegroundHwnd>("getForegroundHwnd"),
        TaggedMethod<&GuiTool::SetForegroundWindow>("setForegroundWindow"),
        TaggedMethod<&GuiTool::GetWindowPlacement>("getWindowPlacement"),
        TaggedMethod<&GuiTool::SetWindowPlacement>("setWindowPlacement"),
-       TaggedMethod<&GuiTool::IsWindow>("isWindow"),
-       TaggedMethod<&GuiTool::IsIconic>("isIconic"),
+       TaggedMethod<&GuiTool::IsWindow>("isWindow"), TaggedMethod<&GuiTool::IsIconic>("isIconic"),
        TaggedMethod<&GuiTool::IsAltTabWindow>("isAltTabWindow"),
        TaggedMethod<&GuiTool::ShowWindow>("showWindow"),
        TaggedMethod<&GuiTool::ShellExecute>("shellExecute"),

@@ -12,8 +12,8 @@
 // the SDK callback it holds) is released when they are garbage-collected or
 // the environment ends. The handlers are made by one small JavaScript relay
 // per environment around a cell that owns the call: one object with a
-// finalizer per call, and plain closures, instead of two native functions. Adapters that must always answer set
-// `abandonedMessage`, delivered when an unanswered call is released.
+// finalizer per call, and plain closures, instead of two native functions. Adapters that must
+// always answer set `abandonedMessage`, delivered when an unanswered call is released.
 #pragma once
 
 #include <exception>
@@ -37,8 +37,8 @@ template <class Record>
 struct Outcome {
   sdk::ResultCode code = sdk::ResultCode::kErrorOperationFailed;
   std::string message;
-  Record extras{};                 // the record's own fields; code and message are ignored
-  std::shared_ptr<void> storage;   // what the extras' pointers borrow from
+  Record extras{};                // the record's own fields; code and message are ignored
+  std::shared_ptr<void> storage;  // what the extras' pointers borrow from
 };
 
 template <class Record>
@@ -193,7 +193,8 @@ class PendingJsCall final : public PendingJsCallBase {
 inline std::vector<napi_value> NoArguments(Napi::Env) { return {}; }
 inline std::function<std::vector<napi_value>(Napi::Env)> TextArgument(const char* text) {
   std::string copy = text ? text : "";
-  return [copy](Napi::Env env) -> std::vector<napi_value> { return {Napi::String::New(env, copy)}; };
+  return
+      [copy](Napi::Env env) -> std::vector<napi_value> { return {Napi::String::New(env, copy)}; };
 }
 
 // SDK side: queues the call on its adapter's channel and returns at once. If

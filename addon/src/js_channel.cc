@@ -51,9 +51,10 @@ std::shared_ptr<JsChannel> JsChannel::Create(Napi::Env env, const char* resource
       context->onClosed_ = nullptr;
     }
   };
-  channel->tsfn_ = callback.IsEmpty()
-                       ? Tsfn::New(env, resourceName, 0, 1, channel.get(), finalize, kNoData)
-                       : Tsfn::New(env, callback, resourceName, 0, 1, channel.get(), finalize, kNoData);
+  channel->tsfn_ =
+      callback.IsEmpty()
+          ? Tsfn::New(env, resourceName, 0, 1, channel.get(), finalize, kNoData)
+          : Tsfn::New(env, callback, resourceName, 0, 1, channel.get(), finalize, kNoData);
   if (liveness == Liveness::kWhileHeld) channel->tsfn_.Unref(env);
   channel->env_ = env;
   channel->self_ = channel;

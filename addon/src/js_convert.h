@@ -32,7 +32,7 @@ std::enable_if_t<std::is_enum<E>::value, Napi::Value> ToJs(Napi::Env env, E valu
 }
 template <class R>
 std::enable_if_t<ombrix_records::IsRecord<R>::value, Napi::Value> ToJs(Napi::Env env,
-                                                                     const R& record);
+                                                                       const R& record);
 template <class T>
 Napi::Value ToJs(Napi::Env env, const std::vector<T>& items) {
   Napi::Array array = Napi::Array::New(env, items.size());
@@ -41,7 +41,7 @@ Napi::Value ToJs(Napi::Env env, const std::vector<T>& items) {
 }
 template <class R>
 std::enable_if_t<ombrix_records::IsRecord<R>::value, Napi::Value> ToJs(Napi::Env env,
-                                                                     const R& record) {
+                                                                       const R& record) {
   Napi::Object object = Napi::Object::New(env);
   AddonState& state = AddonState::Get(env);
   ombrix_records::ForEachField<R>([&](const auto& field) {

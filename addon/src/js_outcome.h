@@ -77,7 +77,8 @@ typename PendingJsCall<Record>::Convert InfoResult(std::string notReturned, Take
       outcome.code = static_cast<sdk::ResultCode>(RequireNumber(GetByKey(result, "code")));
     }
     if (outcome.code != sdk::ResultCode::kSuccess) {
-      Napi::Value message = HasByKey(result, "errorMessage") ? GetByKey(result, "errorMessage") : Napi::Value();
+      Napi::Value message =
+          HasByKey(result, "errorMessage") ? GetByKey(result, "errorMessage") : Napi::Value();
       outcome.message =
           message.IsString() ? message.As<Napi::String>().Utf8Value() : "Operation failed";
       return outcome;

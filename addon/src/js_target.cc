@@ -20,7 +20,8 @@ class DropReference final : public JsTask {
 JsTarget::JsTarget(Napi::Env env, Napi::Object object, const char* className)
     : env_(env), ref_(nullptr) {
   if (napi_create_reference(env, object, 1, &ref_) != napi_ok) {
-    throw CodedError(env, code::kInternal, std::string(className) + ": cannot reference the object");
+    throw CodedError(env, code::kInternal,
+                     std::string(className) + ": cannot reference the object");
   }
   try {
     channel_ = JsChannel::Create(env, className);

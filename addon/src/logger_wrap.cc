@@ -71,8 +71,8 @@ struct LoggerSlot {
     const auto now = std::chrono::steady_clock::now();
     retired.erase(std::remove_if(retired.begin(), retired.end(),
                                  [&](const Retired& entry) {
-                                   return entry.installs < installs && now - entry.since >= kGrace &&
-                                          entry.logger->Idle();
+                                   return entry.installs < installs &&
+                                          now - entry.since >= kGrace && entry.logger->Idle();
                                  }),
                   retired.end());
   }

@@ -89,8 +89,8 @@ void JSNotificationService::GetNotifications(
               items = FromJs<std::vector<ombrix_records::NotificationData>, Int64Form::kNumber>(
                   result.Get("notifications"));
             }
-            outcome.extras.notifications =
-                SharedPtr<NotificationListItf>(new ombrix_records::NotificationList(std::move(items)));
+            outcome.extras.notifications = SharedPtr<NotificationListItf>(
+                new ombrix_records::NotificationList(std::move(items)));
             return outcome;
           }),
       std::move(callback), kNotificationRules);

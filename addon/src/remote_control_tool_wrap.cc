@@ -26,16 +26,15 @@ Napi::Value RemoteControlTool::Session(const Napi::CallbackInfo& info) {
   const std::string device = StringArg(info, 0, kSignature);
   // Negative numbers wrap to their unsigned 32-bit value, as the SDK reads them.
   auto uiType = static_cast<RemoteControlUIType>(info[1].As<Napi::Number>().Uint32Value());
-  return CallUnlessDestroyed<const RemoteControlResult&>(info.Env(), tool_, "PromiseCallback",
-                                                  [&](RemoteControlToolItf& tool, auto callback) {
-                                                    (tool.*Op)(device.c_str(), uiType, callback);
-                                                  });
+  return CallUnlessDestroyed<const RemoteControlResult&>(
+      info.Env(), tool_, "PromiseCallback", [&](RemoteControlToolItf& tool, auto callback) {
+        (tool.*Op)(device.c_str(), uiType, callback);
+      });
 }
 
 Napi::Value RemoteControlTool::GetDeviceLockScreenStatus(const Napi::CallbackInfo& info) {
-  const auto strings = StringArgs<1>(
-      info, "Expected (deviceId: string)");
-  const std::string &device = strings[0];
+  const auto strings = StringArgs<1>(info, "Expected (deviceId: string)");
+  const std::string& device = strings[0];
   return CallUnlessDestroyed<const RemoteDeviceLockScreenStatusResult&>(
       info.Env(), tool_, "PromiseCallback", [&](RemoteControlToolItf& tool, auto callback) {
         tool.GetDeviceLockScreenStatus(device.c_str(), callback);

@@ -31,7 +31,8 @@ Napi::Value RemoteFileTool::FileRead(const Napi::CallbackInfo& info) {
 
 Napi::Value RemoteFileTool::FileWrite(const Napi::CallbackInfo& info) {
   const auto strings = StringArgs<3>(
-      info, "Expected (deviceId: string, filePath: string, content: string, append?: boolean, "
+      info,
+      "Expected (deviceId: string, filePath: string, content: string, append?: boolean, "
       "createDirs?: boolean)");
   const std::string &device = strings[0], &path = strings[1], &content = strings[2];
   bool append = OptionalBool(info, 3, false), createDirs = OptionalBool(info, 4, true);
@@ -44,7 +45,8 @@ Napi::Value RemoteFileTool::FileWrite(const Napi::CallbackInfo& info) {
 Napi::Value RemoteFileTool::FileReplace(const Napi::CallbackInfo& info) {
   const auto strings = StringArgs<4>(
       info, "Expected (deviceId: string, path: string, oldPattern: string, newText: string)");
-  const std::string &device = strings[0], &path = strings[1], &oldPattern = strings[2], &newText = strings[3];
+  const std::string &device = strings[0], &path = strings[1], &oldPattern = strings[2],
+                    &newText = strings[3];
   return CallUnlessDestroyed<const FileReplaceResult&>(
       info.Env(), tool_, "PromiseCallback", [&](RemoteFileToolItf& tool, auto callback) {
         tool.ReplaceInFile(device.c_str(), path.c_str(), oldPattern.c_str(), newText.c_str(),
@@ -54,7 +56,8 @@ Napi::Value RemoteFileTool::FileReplace(const Napi::CallbackInfo& info) {
 
 Napi::Value RemoteFileTool::FileSearch(const Napi::CallbackInfo& info) {
   const auto strings = StringArgs<3>(
-      info, "Expected (deviceId: string, filePath: string, pattern: string, caseSensitive?: "
+      info,
+      "Expected (deviceId: string, filePath: string, pattern: string, caseSensitive?: "
       "boolean, showLineNumbers?: boolean, signal?: AbortSignal)");
   const std::string &device = strings[0], &path = strings[1], &pattern = strings[2];
   bool caseSensitive = OptionalBool(info, 3, false), lineNumbers = OptionalBool(info, 4, true);
@@ -67,9 +70,10 @@ Napi::Value RemoteFileTool::FileSearch(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value RemoteFileTool::FileFindByName(const Napi::CallbackInfo& info) {
-  const auto strings = StringArgs<3>(
-      info, "Expected (deviceId: string, directory: string, pattern: string, maxResults?: "
-      "number, signal?: AbortSignal)");
+  const auto strings =
+      StringArgs<3>(info,
+                    "Expected (deviceId: string, directory: string, pattern: string, maxResults?: "
+                    "number, signal?: AbortSignal)");
   const std::string &device = strings[0], &directory = strings[1], &pattern = strings[2];
   int32_t maxResults = OptionalInt32(info, 3, 500);
   return CallCancellable<const FileFindResult&>(
@@ -81,9 +85,10 @@ Napi::Value RemoteFileTool::FileFindByName(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value RemoteFileTool::DirList(const Napi::CallbackInfo& info) {
-  const auto strings = StringArgs<2>(
-      info, "Expected (deviceId: string, path: string, showHidden?: boolean, signal?: "
-      "AbortSignal)");
+  const auto strings =
+      StringArgs<2>(info,
+                    "Expected (deviceId: string, path: string, showHidden?: boolean, signal?: "
+                    "AbortSignal)");
   const std::string &device = strings[0], &path = strings[1];
   bool showHidden = OptionalBool(info, 2, false);
   return CallCancellable<const DirListResult&>(

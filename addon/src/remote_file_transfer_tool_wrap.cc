@@ -19,8 +19,8 @@ void RemoteFileTransferTool::Init(Napi::Env env) {
 
 template <RemoteFileTransferTool::TransferOperation Op>
 Napi::Value RemoteFileTransferTool::Transfer(const Napi::CallbackInfo& info) {
-  const auto strings = StringArgs<3>(
-      info, "Expected (deviceId: string, localPath: string, remotePath: string)");
+  const auto strings =
+      StringArgs<3>(info, "Expected (deviceId: string, localPath: string, remotePath: string)");
   const std::string &device = strings[0], &localPath = strings[1], &remotePath = strings[2];
   return CallUnlessDestroyed<const FileTransferStatus&>(
       info.Env(), tool_, "PromiseCallback", [&](RemoteFileTransferItf& tool, auto callback) {

@@ -14,9 +14,10 @@ void RemoteShellTool::Init(Napi::Env env) {
 }
 
 Napi::Value RemoteShellTool::ShellExec(const Napi::CallbackInfo& info) {
-  const auto strings = StringArgs<3>(
-      info, "Expected (deviceId: string, command: string, workingDir: string, signal?: "
-      "AbortSignal)");
+  const auto strings =
+      StringArgs<3>(info,
+                    "Expected (deviceId: string, command: string, workingDir: string, signal?: "
+                    "AbortSignal)");
   const std::string &device = strings[0], &command = strings[1], &workingDir = strings[2];
   return CallCancellable<const ShellExecResult&>(
       info.Env(), tool_, kToolNotInitialized, "ShellExecCallback", info[3],

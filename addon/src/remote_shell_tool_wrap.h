@@ -8,8 +8,7 @@
 
 namespace ombrix_addon {
 
-class RemoteShellTool final
-    : public ToolWrap<RemoteShellTool, quelt::ombrix::RemoteShellToolItf> {
+class RemoteShellTool final : public ToolWrap<RemoteShellTool, quelt::ombrix::RemoteShellToolItf> {
  public:
   static constexpr const char* kClassName = "RemoteShellTool";
   static void Init(Napi::Env env);

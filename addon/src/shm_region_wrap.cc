@@ -30,20 +30,19 @@ U32Pair ReadU32Pair(const Napi::CallbackInfo& info, const char* signature,
   const double first = info[0].As<Napi::Number>().DoubleValue();
   const double second = info[1].As<Napi::Number>().DoubleValue();
   auto inRange = [](double v) { return !std::isnan(v) && v >= 0 && v <= 4294967295.0; };
-  if (!inRange(first) || !inRange(second)) throw CodedRangeError(env, code::kOutOfRange, rangeMessage);
+  if (!inRange(first) || !inRange(second))
+    throw CodedRangeError(env, code::kOutOfRange, rangeMessage);
   return {static_cast<uint32_t>(first), static_cast<uint32_t>(second)};
 }
 
 }  // namespace
 
 void ShmRegion::Init(Napi::Env env, Napi::Object exports) {
-  Napi::Function constructor = DefineClass(env, kClassName,
-      {TaggedMethod<&ShmRegion::Open>("open"),
-       TaggedMethod<&ShmRegion::Close>("close"),
-       TaggedGetter<&ShmRegion::IsOpen>("isOpen"),
-       TaggedMethod<&ShmRegion::Lock>("lock"),
-       TaggedMethod<&ShmRegion::Unlock>("unlock"),
-       TaggedMethod<&ShmRegion::ReadBytes>("readBytes"),
+  Napi::Function constructor = DefineClass(
+      env, kClassName,
+      {TaggedMethod<&ShmRegion::Open>("open"), TaggedMethod<&ShmRegion::Close>("close"),
+       TaggedGetter<&ShmRegion::IsOpen>("isOpen"), TaggedMethod<&ShmRegion::Lock>("lock"),
+       TaggedMethod<&ShmRegion::Unlock>("unlock"), TaggedMethod<&ShmRegion::ReadBytes>("readBytes"),
        TaggedMethod<&ShmRegion::WriteU32>("writeU32")});
   AddonState::Get(env).SetConstructor(kClassName, constructor);
   exports.Set(kClassName, constructor);
@@ -77,7 +76,8 @@ Napi::Value ShmRegion::IsOpen(const Napi::CallbackInfo& info) {
 
 Napi::Value ShmRegion::Lock(const Napi::CallbackInfo& info) {
   Napi::Env env = info.Env();
-  if (locked_) throw CodedError(env, code::kAlreadyLocked, "ShmRegion already locked (non-recursive)");
+  if (locked_)
+    throw CodedError(env, code::kAlreadyLocked, "ShmRegion already locked (non-recursive)");
   uint32_t timeoutMs = kDefaultLockTimeoutMs;
   // uint32 conversion on purpose: -1 is the endless wait.
   if (info.Length() >= 1 && info[0].IsNumber()) {

@@ -111,8 +111,8 @@ class PromiseCallback final : public sdk::CallbackItf<Arg> {
   }
 
   void Reject(const char* code, std::string message) {
-    Deliver(std::make_unique<ResultDelivery<Result, Settle>>(channel_.get(), deferred_,
-                                                             DeliveryError{code, std::move(message)}));
+    Deliver(std::make_unique<ResultDelivery<Result, Settle>>(
+        channel_.get(), deferred_, DeliveryError{code, std::move(message)}));
   }
 
   // JavaScript thread. The call threw instead of starting: its caller sees
@@ -159,7 +159,8 @@ void ReportDestroyed(PromiseCallback<Arg>& callback) {
 Napi::Value RejectedPromise(Napi::Env env, const char* code, const char* message);
 
 // Cancels `handle` when `signal` (anything AbortSignal-like) aborts.
-void WireAbortSignal(Napi::Env env, Napi::Value signal, sdk::SharedPtr<sdk::OperationHandleItf> handle);
+void WireAbortSignal(Napi::Env env, Napi::Value signal,
+                     sdk::SharedPtr<sdk::OperationHandleItf> handle);
 
 constexpr const char* kToolNotInitialized = "Tool is not initialized";
 
@@ -175,11 +176,13 @@ enum class CallTarget {
 // The common sequence: the member test, then Deferred and callback, then
 // `call(tool, callback)`; a returned operation handle is wired to `signal`.
 template <class Arg, class Itf, class Call>
-Napi::Value StartToolCall(Napi::Env env, const sdk::SharedPtr<Itf>& tool, const char* notInitialized,
-                          const char* resourceName, CallTarget target, Napi::Value signal, Call&& call) {
+Napi::Value StartToolCall(Napi::Env env, const sdk::SharedPtr<Itf>& tool,
+                          const char* notInitialized, const char* resourceName, CallTarget target,
+                          Napi::Value signal, Call&& call) {
   if (!tool) return RejectedPromise(env, code::kNotInitialized, notInitialized);
   auto deferred = Napi::Promise::Deferred::New(env);
-  auto* callback = new PromiseCallback<Arg>(deferred, AddonState::Get(env).ResultChannel(env, resourceName));
+  auto* callback =
+      new PromiseCallback<Arg>(deferred, AddonState::Get(env).ResultChannel(env, resourceName));
   sdk::SharedPtr<sdk::CallbackItf<Arg>> owned(callback);
   using Returned = decltype(call(*tool.get(), owned));
   try {
@@ -203,8 +206,8 @@ Napi::Value StartToolCall(Napi::Env env, const sdk::SharedPtr<Itf>& tool, const 
 
 // Operations without cancellation whose tool may be destroyed meanwhile.
 template <class Arg, class Itf, class Call>
-Napi::Value CallUnlessDestroyed(Napi::Env env, const sdk::SharedPtr<Itf>& tool, const char* resourceName,
-                                Call&& call) {
+Napi::Value CallUnlessDestroyed(Napi::Env env, const sdk::SharedPtr<Itf>& tool,
+                                const char* resourceName, Call&& call) {
   return StartToolCall<Arg>(env, tool, kToolNotInitialized, resourceName, CallTarget::kRelockedTool,
                             env.Undefined(), std::forward<Call>(call));
 }
@@ -212,10 +215,11 @@ Napi::Value CallUnlessDestroyed(Napi::Env env, const sdk::SharedPtr<Itf>& tool, 
 // Operations called through the member tested; `call` returns the operation
 // handle when the operation is cancellable by `signal`.
 template <class Arg, class Itf, class Call>
-Napi::Value CallCancellable(Napi::Env env, const sdk::SharedPtr<Itf>& tool, const char* notInitialized,
-                            const char* resourceName, Napi::Value signal, Call&& call) {
-  return StartToolCall<Arg>(env, tool, notInitialized, resourceName, CallTarget::kTestedMember, signal,
-                            std::forward<Call>(call));
+Napi::Value CallCancellable(Napi::Env env, const sdk::SharedPtr<Itf>& tool,
+                            const char* notInitialized, const char* resourceName,
+                            Napi::Value signal, Call&& call) {
+  return StartToolCall<Arg>(env, tool, notInitialized, resourceName, CallTarget::kTestedMember,
+                            signal, std::forward<Call>(call));
 }
 
 }  // namespace ombrix_addon

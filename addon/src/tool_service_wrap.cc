@@ -25,8 +25,8 @@ Napi::Value ToolService::ListTools(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value ToolService::Call(const Napi::CallbackInfo& info) {
-  const auto strings = StringArgs<2>(
-      info, "Expected (toolName: string, arguments: string, signal?: AbortSignal)");
+  const auto strings =
+      StringArgs<2>(info, "Expected (toolName: string, arguments: string, signal?: AbortSignal)");
   const std::string &name = strings[0], &arguments = strings[1];
   return CallCancellable<const ToolServiceResult&>(
       info.Env(), tool_, kServiceNotInitialized, "CallCallback", info[2],

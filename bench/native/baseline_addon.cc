@@ -47,8 +47,12 @@ class Worker {
     }
     ready_.notify_one();
   }
-  void Ref(Napi::Env env) { if (pending_++ == 0) tsfn_.Ref(env); }
-  void Unref(Napi::Env env) { if (--pending_ == 0) tsfn_.Unref(env); }
+  void Ref(Napi::Env env) {
+    if (pending_++ == 0) tsfn_.Ref(env);
+  }
+  void Unref(Napi::Env env) {
+    if (--pending_ == 0) tsfn_.Unref(env);
+  }
 
  private:
   void Loop() {
@@ -147,7 +151,8 @@ Napi::Value RoundTrip(const Napi::CallbackInfo& info) {
   NAPI_THROW_IF_FAILED(env, napi_create_promise(env, &deferred, &promise), Napi::Value());
   Worker* worker = env.GetInstanceData<Worker>();
   worker->Ref(env);
-  worker->Push(new Call{deferred, info[0].IsNumber() ? info[0].As<Napi::Number>().DoubleValue() : 0});
+  worker->Push(
+      new Call{deferred, info[0].IsNumber() ? info[0].As<Napi::Number>().DoubleValue() : 0});
   return Napi::Value(env, promise);
 }
 
@@ -182,8 +187,9 @@ void CallService(Napi::Env env, Napi::Function, ServiceStorm* storm, ServiceCall
   delete call;
   if (!env) return;
   Napi::Object target = storm->target.Value();
-  Napi::Value result = target.Get("setLanguageCode").As<Napi::Function>().Call(
-      target, {Napi::Number::New(env, language)});
+  Napi::Value result = target.Get("setLanguageCode")
+                           .As<Napi::Function>()
+                           .Call(target, {Napi::Number::New(env, language)});
   Napi::Object promise = result.As<Napi::Object>();
   Napi::Function handler = storm->onSettled.Value();
   promise.Get("then").As<Napi::Function>().Call(promise, {handler, handler});
@@ -219,7 +225,8 @@ Napi::Value ServiceStormStart(const Napi::CallbackInfo& info) {
                                         if (finished->settled >= finished->calls) delete finished;
                                       });
   storm->caller = std::thread([tsfn, n = storm->calls]() mutable {
-    for (uint32_t i = 0; i < n; ++i) tsfn.BlockingCall(new ServiceCall{static_cast<int32_t>(i % 7)});
+    for (uint32_t i = 0; i < n; ++i)
+      tsfn.BlockingCall(new ServiceCall{static_cast<int32_t>(i % 7)});
     tsfn.Release();
   });
   return promise;
@@ -268,15 +275,17 @@ Napi::Value ReadChunk(const Napi::CallbackInfo& info) {
     Napi::Array list = attachments.As<Napi::Array>();
     for (uint32_t i = 0; i < list.Length(); ++i) {
       Napi::Object item = list.Get(i).As<Napi::Object>();
-      chunk.attachments.push_back({StringAt(item, "fileId"), StringAt(item, "filename"), NumberAt(item, "size"),
-                                   StringAt(item, "uploadDate"), StringAt(item, "fileType"),
-                                   StringAt(item, "fileUrl"), StringAt(item, "localPath")});
+      chunk.attachments.push_back({StringAt(item, "fileId"), StringAt(item, "filename"),
+                                   NumberAt(item, "size"), StringAt(item, "uploadDate"),
+                                   StringAt(item, "fileType"), StringAt(item, "fileUrl"),
+                                   StringAt(item, "localPath")});
     }
   }
   Napi::Value suggestions = object.Get("suggestions");
   if (suggestions.IsArray()) {
     Napi::Array list = suggestions.As<Napi::Array>();
-    for (uint32_t i = 0; i < list.Length(); ++i) chunk.suggestions.push_back(list.Get(i).As<Napi::String>());
+    for (uint32_t i = 0; i < list.Length(); ++i)
+      chunk.suggestions.push_back(list.Get(i).As<Napi::String>());
   }
   chunkBytes.fetch_add(chunk.content.size() + chunk.attachments.size() + chunk.suggestions.size(),
                        std::memory_order_relaxed);

@@ -222,13 +222,12 @@ Napi::Value OnDriveReport(const Napi::CallbackInfo& info) {
   if (env.GetInstanceData<DriveEvents>()) throw Napi::Error::New(env, "already listening");
   auto* events = new DriveEvents();
   env.SetInstanceData<DriveEvents>(events);  // freed with the environment
-  events->tsfn = DriveEvents::Tsfn::New(env, info[0].As<Napi::Function>(), "DriveReports", 0, 1,
-                                        events);
+  events->tsfn =
+      DriveEvents::Tsfn::New(env, info[0].As<Napi::Function>(), "DriveReports", 0, 1, events);
   events->tsfn.Unref(env);
   DriveEvents::Tsfn tsfn = events->tsfn;
-  events->listener = emu::AddDriveListener([tsfn](uint64_t drive) mutable {
-    tsfn.BlockingCall(new uint64_t(drive));
-  });
+  events->listener = emu::AddDriveListener(
+      [tsfn](uint64_t drive) mutable { tsfn.BlockingCall(new uint64_t(drive)); });
   emu::AddJsThread();
   env.AddCleanupHook([events] {
     emu::RemoveDriveListener(events->listener);
@@ -253,8 +252,8 @@ Napi::Value HoldEvents(const Napi::CallbackInfo& info) {
 
 Napi::Value Drive(const Napi::CallbackInfo& info) {
   int listener = info[3].IsNumber() ? info[3].As<Napi::Number>().Int32Value() : 0;
-  return Napi::String::New(info.Env(), emu::Drive(StringArg(info, 0), StringArg(info, 1),
-                                                  StringArg(info, 2), listener));
+  return Napi::String::New(
+      info.Env(), emu::Drive(StringArg(info, 0), StringArg(info, 1), StringArg(info, 2), listener));
 }
 
 Napi::Value DriveDuplicates(const Napi::CallbackInfo& info) {
@@ -268,27 +267,27 @@ Napi::Value DriveReport(const Napi::CallbackInfo& info) {
 Napi::Value Inspect(const Napi::CallbackInfo& info) {
   if (!info[1].IsNumber()) throw Napi::TypeError::New(info.Env(), "expected an id");
   return Napi::String::New(
-      info.Env(), emu::Inspect(StringArg(info, 0), static_cast<uint64_t>(info[1].As<Napi::Number>().Int64Value())));
+      info.Env(), emu::Inspect(StringArg(info, 0),
+                               static_cast<uint64_t>(info[1].As<Napi::Number>().Int64Value())));
 }
 
 Napi::Value CancelToolCall(const Napi::CallbackInfo& info) {
-  return Napi::Boolean::New(info.Env(),
-                            emu::CancelToolCall(IdArg(info), info[1].As<Napi::Number>().Uint32Value()));
+  return Napi::Boolean::New(
+      info.Env(), emu::CancelToolCall(IdArg(info), info[1].As<Napi::Number>().Uint32Value()));
 }
 
 Napi::Value AnswerConfirm(const Napi::CallbackInfo& info) {
-  return Napi::Boolean::New(info.Env(),
-                            emu::AnswerConfirm(IdArg(info), info[1].As<Napi::Number>().Uint32Value(),
-                                               StringArg(info, 2)));
+  return Napi::Boolean::New(
+      info.Env(), emu::AnswerConfirm(IdArg(info), info[1].As<Napi::Number>().Uint32Value(),
+                                     StringArg(info, 2)));
 }
 
 // (enabled, seed as a decimal string, habits, percent)
 Napi::Value SetHostile(const Napi::CallbackInfo& info) {
   uint64_t seed = std::strtoull(info[1].As<Napi::String>().Utf8Value().c_str(), nullptr, 10);
-  return Napi::Boolean::New(info.Env(),
-                            emu::SetHostile(info[0].As<Napi::Boolean>().Value(), seed,
-                                            info[2].As<Napi::String>().Utf8Value(),
-                                            info[3].As<Napi::Number>().Int32Value()));
+  return Napi::Boolean::New(info.Env(), emu::SetHostile(info[0].As<Napi::Boolean>().Value(), seed,
+                                                        info[2].As<Napi::String>().Utf8Value(),
+                                                        info[3].As<Napi::Number>().Int32Value()));
 }
 
 Napi::Value HostileStatus(const Napi::CallbackInfo& info) {
@@ -300,7 +299,8 @@ Napi::Value ReleaseHeldCallbacks(const Napi::CallbackInfo& info) {
 }
 
 Napi::Value LoggerEnabled(const Napi::CallbackInfo& info) {
-  return Napi::Boolean::New(info.Env(), emu::LoggerEnabled(info[0].As<Napi::Number>().Int32Value()));
+  return Napi::Boolean::New(info.Env(),
+                            emu::LoggerEnabled(info[0].As<Napi::Number>().Int32Value()));
 }
 
 Napi::Value SignalingThreadName(const Napi::CallbackInfo& info) {
@@ -310,7 +310,8 @@ Napi::Value SignalingThreadName(const Napi::CallbackInfo& info) {
 Napi::Value ChatStorm(const Napi::CallbackInfo& info) {
   int threads = info[0].As<Napi::Number>().Int32Value();
   int calls = info[1].As<Napi::Number>().Int32Value();
-  return BlockingWork::Start(info.Env(), [threads, calls] { return emu::ChatStorm(threads, calls); });
+  return BlockingWork::Start(info.Env(),
+                             [threads, calls] { return emu::ChatStorm(threads, calls); });
 }
 
 Napi::Object Init(Napi::Env env, Napi::Object exports) {

@@ -70,7 +70,8 @@ int main() {
   wchar_t** argv = CommandLineToArgvW(GetCommandLineW(), &argc);
   if (!argv || argc != 4) return 2;
   const DWORD bytes = static_cast<DWORD>(std::wcstoul(argv[2], nullptr, 10));
-  HANDLE section = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, bytes, argv[1]);
+  HANDLE section =
+      CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, bytes, argv[1]);
   if (!section) return 3;
   Shared shared{static_cast<uint8_t*>(MapViewOfFile(section, FILE_MAP_ALL_ACCESS, 0, 0, 0)),
                 CreateMutexW(nullptr, FALSE, argv[3])};

@@ -24,15 +24,15 @@ Napi::Value CreateTestWindow(const Napi::CallbackInfo& info) {
   spec.title = ombrix_test::Widen(info[0].As<Napi::String>().Utf8Value());
   spec.style = info[1].As<Napi::Number>().Uint32Value();
   spec.exStyle = info[2].As<Napi::Number>().Uint32Value();
-  return Napi::BigInt::New(info.Env(), static_cast<uint64_t>(
-      reinterpret_cast<uintptr_t>(Windows().Create(spec))));
+  return Napi::BigInt::New(
+      info.Env(), static_cast<uint64_t>(reinterpret_cast<uintptr_t>(Windows().Create(spec))));
 }
 
 Napi::Value DestroyTestWindow(const Napi::CallbackInfo& info) {
   bool lossless = false;
   const uint64_t window = info[0].As<Napi::BigInt>().Uint64Value(&lossless);
-  return Napi::Boolean::New(info.Env(),
-      Windows().Destroy(reinterpret_cast<HWND>(static_cast<uintptr_t>(window))));
+  return Napi::Boolean::New(
+      info.Env(), Windows().Destroy(reinterpret_cast<HWND>(static_cast<uintptr_t>(window))));
 }
 
 using PlacementCall = BOOL(WINAPI*)(HWND, WINDOWPLACEMENT*);
@@ -48,7 +48,8 @@ PlacementCall* ImportSlot(HMODULE module, const char* library, const char* funct
   auto* base = reinterpret_cast<BYTE*>(module);
   const auto* nt = reinterpret_cast<const IMAGE_NT_HEADERS*>(
       base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
-  const IMAGE_DATA_DIRECTORY& imports = nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+  const IMAGE_DATA_DIRECTORY& imports =
+      nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
   if (imports.VirtualAddress == 0) return nullptr;
   for (auto* entry = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
        entry->Name != 0; ++entry) {
@@ -61,7 +62,8 @@ PlacementCall* ImportSlot(HMODULE module, const char* library, const char* funct
     auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->FirstThunk);
     for (; name->u1.AddressOfData != 0; ++name, ++slot) {
       if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) continue;
-      const auto* byName = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
+      const auto* byName =
+          reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
       if (std::strcmp(reinterpret_cast<const char*>(byName->Name), function) == 0) {
         return reinterpret_cast<PlacementCall*>(&slot->u1.Function);
       }

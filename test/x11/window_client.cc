@@ -1,6 +1,7 @@
 // Test program: an X11 client that owns top-level windows for the GuiTool
 // suite, as another application would. It reads commands, one a line:
-//   create type=normal|dialog|utility owner=<id> skip=0|1 decor=0|1 name=net|wm visible=0|1 title=<rest>
+//   create type=normal|dialog|utility owner=<id> skip=0|1 decor=0|1 name=net|wm visible=0|1
+//   title=<rest>
 //     -> the new window's id, once the window manager manages it (at once when hidden)
 //   destroy <id> -> 1
 // and ends at the end of its input. `window_client --wait-wm` instead waits
@@ -39,7 +40,8 @@ bool HasProperty(xlib::Window window, const char* name) {
   int format = 0;
   unsigned long count = 0, after = 0;
   unsigned char* data = nullptr;
-  x->XGetWindowProperty(display, window, Intern(name), 0, 1, 0, 0, &type, &format, &count, &after, &data);
+  x->XGetWindowProperty(display, window, Intern(name), 0, 1, 0, 0, &type, &format, &count, &after,
+                        &data);
   if (data) x->XFree(data);
   return type != 0;
 }
@@ -55,12 +57,15 @@ bool WaitFor(xlib::Window window, const char* property) {
 
 void SetText(xlib::Window window, xlib::Atom property, xlib::Atom type, const std::string& text) {
   x->XChangeProperty(display, window, property, type, 8, xlib::kPropModeReplace,
-                     reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
+                     reinterpret_cast<const unsigned char*>(text.data()),
+                     static_cast<int>(text.size()));
 }
 
-void SetLongs(xlib::Window window, xlib::Atom property, xlib::Atom type, const std::vector<long>& items) {
+void SetLongs(xlib::Window window, xlib::Atom property, xlib::Atom type,
+              const std::vector<long>& items) {
   x->XChangeProperty(display, window, property, type, 32, xlib::kPropModeReplace,
-                     reinterpret_cast<const unsigned char*>(items.data()), static_cast<int>(items.size()));
+                     reinterpret_cast<const unsigned char*>(items.data()),
+                     static_cast<int>(items.size()));
 }
 
 std::string Utf8ToLatin1(const std::string& text) {
@@ -77,12 +82,14 @@ std::string Utf8ToLatin1(const std::string& text) {
 }
 
 xlib::Window Create(const std::map<std::string, std::string>& options, const std::string& title) {
-  const xlib::Window window = x->XCreateSimpleWindow(display, root, 100, 100, 320, 200, 0, 0, 0xFFFFFF);
+  const xlib::Window window =
+      x->XCreateSimpleWindow(display, root, 100, 100, 320, 200, 0, 0, 0xFFFFFF);
   char host[256] = {};
   gethostname(host, sizeof host - 1);
   SetText(window, xlib::kWmClientMachineAtom, xlib::kStringAtom, host);
   SetLongs(window, Intern("_NET_WM_PID"), xlib::kCardinalAtom, {static_cast<long>(getpid())});
-  SetLongs(window, xlib::kWmHintsAtom, xlib::kWmHintsAtom, {1 /* InputHint */, 1, 0, 0, 0, 0, 0, 0, 0});
+  SetLongs(window, xlib::kWmHintsAtom, xlib::kWmHintsAtom,
+           {1 /* InputHint */, 1, 0, 0, 0, 0, 0, 0, 0});
   if (options.at("name") == "net") {
     SetText(window, Intern("_NET_WM_NAME"), Intern("UTF8_STRING"), title);
   } else {
@@ -93,7 +100,8 @@ xlib::Window Create(const std::map<std::string, std::string>& options, const std
   SetLongs(window, Intern("_NET_WM_WINDOW_TYPE"), xlib::kAtomAtom,
            {static_cast<long>(Intern("_NET_WM_WINDOW_TYPE_" + type))});
   if (options.at("skip") == "1") {
-    SetLongs(window, Intern("_NET_WM_STATE"), xlib::kAtomAtom, {static_cast<long>(Intern("_NET_WM_STATE_SKIP_TASKBAR"))});
+    SetLongs(window, Intern("_NET_WM_STATE"), xlib::kAtomAtom,
+             {static_cast<long>(Intern("_NET_WM_STATE_SKIP_TASKBAR"))});
   }
   const long owner = std::stol(options.at("owner"));
   if (owner) SetLongs(window, xlib::kWmTransientForAtom, xlib::kWindowAtom, {owner});
@@ -129,7 +137,8 @@ void Answer(const std::string& line) {
     options[word.substr(0, equals)] = word.substr(equals + 1);
   }
   const size_t title = line.find("title=");
-  std::cout << Create(options, title == std::string::npos ? "" : line.substr(title + 6)) << std::endl;
+  std::cout << Create(options, title == std::string::npos ? "" : line.substr(title + 6))
+            << std::endl;
 }
 
 // Drains events (none are selected; the window manager may still send some).
@@ -148,7 +157,8 @@ int main(int argc, char** argv) {
     return 2;
   }
   root = x->XDefaultRootWindow(display);
-  if (argc > 1 && std::string(argv[1]) == "--wait-wm") return WaitFor(root, "_NET_SUPPORTING_WM_CHECK") ? 0 : 1;
+  if (argc > 1 && std::string(argv[1]) == "--wait-wm")
+    return WaitFor(root, "_NET_SUPPORTING_WM_CHECK") ? 0 : 1;
 
   pollfd sources[2] = {{0, POLLIN, 0}, {x->XConnectionNumber(display), POLLIN, 0}};
   std::string pending;

@@ -10,9 +10,10 @@
 
 namespace xlib = ombrix_addon::xlib;
 
-#define SAME_FIELD(ours, theirs, ourField, theirField)                    \
+#define SAME_FIELD(ours, theirs, ourField, theirField)                      \
   static_assert(offsetof(ours, ourField) == offsetof(theirs, theirField) && \
-                sizeof(ours::ourField) == sizeof(theirs::theirField), #ourField)
+                    sizeof(ours::ourField) == sizeof(theirs::theirField),   \
+                #ourField)
 
 static_assert(sizeof(xlib::ErrorEvent) == sizeof(XErrorEvent), "XErrorEvent");
 SAME_FIELD(xlib::ErrorEvent, XErrorEvent, display, display);
@@ -33,13 +34,17 @@ SAME_FIELD(xlib::UnmapEvent, XUnmapEvent, window, window);
 SAME_FIELD(xlib::UnmapEvent, XUnmapEvent, from_configure, from_configure);
 static_assert(sizeof(xlib::Event) == sizeof(XEvent), "XEvent");
 
-static_assert(xlib::kBadWindow == BadWindow && xlib::kBadMatch == BadMatch && xlib::kBadDrawable == BadDrawable &&
-              xlib::kUnmapNotify == UnmapNotify && xlib::kClientMessage == ClientMessage &&
-              xlib::kIsViewable == IsViewable && xlib::kRevertToParent == RevertToParent &&
-              xlib::kPropModeReplace == PropModeReplace && xlib::kSuccess == Success &&
-              xlib::kSubstructureNotifyMask == SubstructureNotifyMask &&
-              xlib::kSubstructureRedirectMask == SubstructureRedirectMask, "constants");
-static_assert(xlib::kAtomAtom == XA_ATOM && xlib::kCardinalAtom == XA_CARDINAL && xlib::kStringAtom == XA_STRING &&
-              xlib::kWindowAtom == XA_WINDOW && xlib::kWmClientMachineAtom == XA_WM_CLIENT_MACHINE &&
-              xlib::kWmHintsAtom == XA_WM_HINTS && xlib::kWmNameAtom == XA_WM_NAME &&
-              xlib::kWmTransientForAtom == XA_WM_TRANSIENT_FOR, "predefined atoms");
+static_assert(xlib::kBadWindow == BadWindow && xlib::kBadMatch == BadMatch &&
+                  xlib::kBadDrawable == BadDrawable && xlib::kUnmapNotify == UnmapNotify &&
+                  xlib::kClientMessage == ClientMessage && xlib::kIsViewable == IsViewable &&
+                  xlib::kRevertToParent == RevertToParent &&
+                  xlib::kPropModeReplace == PropModeReplace && xlib::kSuccess == Success &&
+                  xlib::kSubstructureNotifyMask == SubstructureNotifyMask &&
+                  xlib::kSubstructureRedirectMask == SubstructureRedirectMask,
+              "constants");
+static_assert(xlib::kAtomAtom == XA_ATOM && xlib::kCardinalAtom == XA_CARDINAL &&
+                  xlib::kStringAtom == XA_STRING && xlib::kWindowAtom == XA_WINDOW &&
+                  xlib::kWmClientMachineAtom == XA_WM_CLIENT_MACHINE &&
+                  xlib::kWmHintsAtom == XA_WM_HINTS && xlib::kWmNameAtom == XA_WM_NAME &&
+                  xlib::kWmTransientForAtom == XA_WM_TRANSIENT_FOR,
+              "predefined atoms");

@@ -33,8 +33,7 @@ struct ConfirmResult {
 class ConfirmCallbackItf {
  public:
   virtual ~ConfirmCallbackItf() = default;
-  virtual void RequestConfirm(ConfirmActionType actionType, const char* title,
-                              const char* content,
+  virtual void RequestConfirm(ConfirmActionType actionType, const char* title, const char* content,
                               SharedPtr<CallbackItf<ConfirmResult>> callback) = 0;
 };
 

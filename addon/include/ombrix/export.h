@@ -2,11 +2,11 @@
 #pragma once
 
 #if defined(_WIN32)
-#  if defined(OMBRIX_BUILDING_SDK)
-#    define OMBRIX_API __declspec(dllexport)
-#  else
-#    define OMBRIX_API __declspec(dllimport)
-#  endif
+#if defined(OMBRIX_BUILDING_SDK)
+#define OMBRIX_API __declspec(dllexport)
 #else
-#  define OMBRIX_API __attribute__((visibility("default")))
+#define OMBRIX_API __declspec(dllimport)
+#endif
+#else
+#define OMBRIX_API __attribute__((visibility("default")))
 #endif

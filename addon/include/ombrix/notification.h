@@ -47,8 +47,7 @@ class NotificationServiceItf {
  public:
   virtual ~NotificationServiceItf() = default;
   virtual void SetObserver(SharedPtr<NotificationObserverItf> observer) = 0;
-  virtual void GetNotifications(
-      SharedPtr<CallbackItf<const GetNotificationsResult&>> callback) = 0;
+  virtual void GetNotifications(SharedPtr<CallbackItf<const GetNotificationsResult&>> callback) = 0;
   virtual void MarkAsRead(const char* id,
                           SharedPtr<CallbackItf<const OperationResult&>> callback) = 0;
   virtual void Dismiss(const char* id, SharedPtr<CallbackItf<const OperationResult&>> callback) = 0;

@@ -40,10 +40,12 @@ struct RemoteDeviceLockScreenStatusResult {
 class RemoteControlToolItf {
  public:
   virtual ~RemoteControlToolItf() = default;
-  virtual void ConnectToDeviceWithUI(const char* deviceId, RemoteControlUIType uiType,
-                                     SharedPtr<CallbackItf<const RemoteControlResult&>> callback) = 0;
-  virtual void DisconnectFromDevice(const char* deviceId, RemoteControlUIType uiType,
-                                    SharedPtr<CallbackItf<const RemoteControlResult&>> callback) = 0;
+  virtual void ConnectToDeviceWithUI(
+      const char* deviceId, RemoteControlUIType uiType,
+      SharedPtr<CallbackItf<const RemoteControlResult&>> callback) = 0;
+  virtual void DisconnectFromDevice(
+      const char* deviceId, RemoteControlUIType uiType,
+      SharedPtr<CallbackItf<const RemoteControlResult&>> callback) = 0;
   virtual void GetDeviceLockScreenStatus(
       const char* deviceId,
       SharedPtr<CallbackItf<const RemoteDeviceLockScreenStatusResult&>> callback) = 0;

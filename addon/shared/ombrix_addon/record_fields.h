@@ -45,11 +45,11 @@ void ForEachField(Fn&& fn) {
 template <>
 struct RecordFields<FileReadResult> {
   using R = FileReadResult;
-  static constexpr auto list = std::make_tuple(
-      OMBRIX_FIELD(R, success), OMBRIX_FIELD(R, content), OMBRIX_FIELD(R, errorMessage),
-      OMBRIX_FIELD(R, dataStartLine), OMBRIX_FIELD(R, dataEndLine),
-      OMBRIX_FIELD(R, originalLineCount), OMBRIX_FIELD(R, isTruncated),
-      OMBRIX_FIELD(R, durationMs));
+  static constexpr auto list =
+      std::make_tuple(OMBRIX_FIELD(R, success), OMBRIX_FIELD(R, content),
+                      OMBRIX_FIELD(R, errorMessage), OMBRIX_FIELD(R, dataStartLine),
+                      OMBRIX_FIELD(R, dataEndLine), OMBRIX_FIELD(R, originalLineCount),
+                      OMBRIX_FIELD(R, isTruncated), OMBRIX_FIELD(R, durationMs));
 };
 
 template <>
@@ -88,9 +88,9 @@ struct RecordFields<FileFindResult> {
 template <>
 struct RecordFields<DirEntry> {
   using R = DirEntry;
-  static constexpr auto list = std::make_tuple(OMBRIX_FIELD(R, name), OMBRIX_FIELD(R, type),
-                                               OMBRIX_FIELD(R, size),
-                                               OMBRIX_FIELD(R, modifiedTime));
+  static constexpr auto list =
+      std::make_tuple(OMBRIX_FIELD(R, name), OMBRIX_FIELD(R, type), OMBRIX_FIELD(R, size),
+                      OMBRIX_FIELD(R, modifiedTime));
 };
 
 template <>
@@ -136,8 +136,8 @@ struct RecordFields<RemoteControlResult> {
 template <>
 struct RecordFields<RemoteDeviceLockScreenStatusResult> {
   using R = RemoteDeviceLockScreenStatusResult;
-  static constexpr auto list = std::make_tuple(
-      OMBRIX_FIELD(R, success), OMBRIX_FIELD(R, isLocked), OMBRIX_FIELD(R, errorMessage));
+  static constexpr auto list = std::make_tuple(OMBRIX_FIELD(R, success), OMBRIX_FIELD(R, isLocked),
+                                               OMBRIX_FIELD(R, errorMessage));
 };
 
 // The owning forms of the records that cross as JavaScript objects; the
@@ -146,19 +146,19 @@ struct RecordFields<RemoteDeviceLockScreenStatusResult> {
 template <>
 struct RecordFields<AttachmentData> {
   using R = AttachmentData;
-  static constexpr auto list = std::make_tuple(
-      OMBRIX_FIELD(R, fileId), OMBRIX_FIELD(R, filename), OMBRIX_FIELD(R, size),
-      OMBRIX_FIELD(R, uploadDate), OMBRIX_FIELD(R, fileType), OMBRIX_FIELD(R, fileUrl),
-      OMBRIX_FIELD(R, localPath));
+  static constexpr auto list =
+      std::make_tuple(OMBRIX_FIELD(R, fileId), OMBRIX_FIELD(R, filename), OMBRIX_FIELD(R, size),
+                      OMBRIX_FIELD(R, uploadDate), OMBRIX_FIELD(R, fileType),
+                      OMBRIX_FIELD(R, fileUrl), OMBRIX_FIELD(R, localPath));
 };
 
 template <>
 struct RecordFields<ChunkData> {
   using R = ChunkData;
-  static constexpr auto list = std::make_tuple(
-      OMBRIX_FIELD(R, type), OMBRIX_FIELD(R, eventId), OMBRIX_FIELD(R, role),
-      OMBRIX_FIELD(R, content), OMBRIX_FIELD(R, createdAt), OMBRIX_FIELD(R, attachments),
-      OMBRIX_FIELD(R, suggestions));
+  static constexpr auto list =
+      std::make_tuple(OMBRIX_FIELD(R, type), OMBRIX_FIELD(R, eventId), OMBRIX_FIELD(R, role),
+                      OMBRIX_FIELD(R, content), OMBRIX_FIELD(R, createdAt),
+                      OMBRIX_FIELD(R, attachments), OMBRIX_FIELD(R, suggestions));
 };
 
 template <>
@@ -181,10 +181,10 @@ struct RecordFields<ToolCallResultData> {
 template <>
 struct RecordFields<ToolCallData> {
   using R = ToolCallData;
-  static constexpr auto list = std::make_tuple(
-      OMBRIX_FIELD(R, type), OMBRIX_FIELD(R, title), OMBRIX_FIELD(R, description),
-      OMBRIX_FIELD(R, toolName), OMBRIX_FIELD(R, toolArgs), OMBRIX_FIELD(R, createdAt),
-      OMBRIX_FIELD(R, result));
+  static constexpr auto list =
+      std::make_tuple(OMBRIX_FIELD(R, type), OMBRIX_FIELD(R, title), OMBRIX_FIELD(R, description),
+                      OMBRIX_FIELD(R, toolName), OMBRIX_FIELD(R, toolArgs),
+                      OMBRIX_FIELD(R, createdAt), OMBRIX_FIELD(R, result));
 };
 
 template <>
@@ -208,9 +208,9 @@ template <>
 struct RecordFields<NotificationData> {
   using R = NotificationData;
   static constexpr auto list = std::make_tuple(
-      OMBRIX_FIELD(R, id), OMBRIX_FIELD(R, type), OMBRIX_FIELD(R, title),
-      OMBRIX_FIELD(R, content), OMBRIX_FIELD(R, priority), OMBRIX_FIELD(R, createdAt),
-      OMBRIX_FIELD(R, expiresAt), OMBRIX_FIELD(R, sourceId), OMBRIX_FIELD(R, isRead));
+      OMBRIX_FIELD(R, id), OMBRIX_FIELD(R, type), OMBRIX_FIELD(R, title), OMBRIX_FIELD(R, content),
+      OMBRIX_FIELD(R, priority), OMBRIX_FIELD(R, createdAt), OMBRIX_FIELD(R, expiresAt),
+      OMBRIX_FIELD(R, sourceId), OMBRIX_FIELD(R, isRead));
 };
 
 template <>

@@ -29,8 +29,9 @@ struct AttachmentData {
 };
 
 inline Attachment View(const AttachmentData& d) {
-  return Attachment{d.fileId.c_str(), d.filename.c_str(),  d.size,           d.uploadDate.c_str(),
-                    d.fileType.c_str(), d.fileUrl.c_str(), d.localPath.c_str()};
+  return Attachment{d.fileId.c_str(),     d.filename.c_str(), d.size,
+                    d.uploadDate.c_str(), d.fileType.c_str(), d.fileUrl.c_str(),
+                    d.localPath.c_str()};
 }
 
 struct ToolCallResultData {
@@ -66,18 +67,18 @@ struct TodoData {
 };
 
 inline Todo View(const TodoData& d) {
-  return Todo{d.id.c_str(), d.title.c_str(), d.description.c_str(), d.status, d.createdAt,
-              d.updatedAt};
+  return Todo{d.id.c_str(), d.title.c_str(), d.description.c_str(),
+              d.status,     d.createdAt,     d.updatedAt};
 }
 
 struct UsageData {
   std::string eventId, modelName;
-  int64_t createdAt = 0, inputTokens = 0, outputTokens = 0, cachedTokens = 0,
-          businessPoints = 0, businessCost = 0;
+  int64_t createdAt = 0, inputTokens = 0, outputTokens = 0, cachedTokens = 0, businessPoints = 0,
+          businessCost = 0;
 };
 
 inline Usage View(const UsageData& d) {
-  return Usage{d.eventId.c_str(), d.modelName.c_str(), d.createdAt,     d.inputTokens,
+  return Usage{d.eventId.c_str(), d.modelName.c_str(), d.createdAt,      d.inputTokens,
                d.outputTokens,    d.cachedTokens,      d.businessPoints, d.businessCost};
 }
 
@@ -111,7 +112,9 @@ struct AuditReportData {
   int64_t createdAt = 0;
 };
 
-inline AuditReport View(const AuditReportData& d) { return AuditReport{d.fileUrl.c_str(), d.createdAt}; }
+inline AuditReport View(const AuditReportData& d) {
+  return AuditReport{d.fileUrl.c_str(), d.createdAt};
+}
 
 // A list over owned Data, handing out borrowed records: the SDK list
 // interfaces of attachments, notifications and devices.
@@ -196,7 +199,8 @@ class ChatStreamChunk {
 class ChatStreamChunkList final : public ChatStreamChunkListItf {
  public:
   explicit ChatStreamChunkList(std::vector<ChunkData> chunks) {
-    for (ChunkData& chunk : chunks) chunks_.push_back(std::make_unique<ChatStreamChunk>(std::move(chunk)));
+    for (ChunkData& chunk : chunks)
+      chunks_.push_back(std::make_unique<ChatStreamChunk>(std::move(chunk)));
   }
   uint32_t GetCount() const override { return static_cast<uint32_t>(chunks_.size()); }
   sdk::ChatStreamChunk GetItem(uint32_t index) const override {
@@ -229,9 +233,11 @@ inline sdk::ChatSessionInfo View(const SessionInfoData& d) {
 
 // The SDK's shared, owning form: texts copied, history (when asked for) a list
 // over the events, else null.
-inline SharedPtr<sdk::ChatSessionInfo> MakeChatSessionInfo(const SessionInfoData& data, bool withHistory) {
+inline SharedPtr<sdk::ChatSessionInfo> MakeChatSessionInfo(const SessionInfoData& data,
+                                                           bool withHistory) {
   sdk::ChatSessionInfo view = View(data);
-  if (withHistory) view.history = SharedPtr<ChatStreamChunkListItf>(new ChatStreamChunkList(data.history));
+  if (withHistory)
+    view.history = SharedPtr<ChatStreamChunkListItf>(new ChatStreamChunkList(data.history));
   return SharedPtr<sdk::ChatSessionInfo>(new sdk::helper::ChatSessionInfo(view));
 }
 
@@ -254,7 +260,7 @@ inline SharedPtr<sdk::AuditSessionInfo> MakeAuditSessionInfo(const AuditSessionI
 inline std::string Copy(const char* text) { return text ? text : ""; }
 
 inline AttachmentData Copy(const Attachment& a) {
-  return AttachmentData{Copy(a.fileId),   Copy(a.filename), a.size,          Copy(a.uploadDate),
+  return AttachmentData{Copy(a.fileId),   Copy(a.filename), a.size,           Copy(a.uploadDate),
                         Copy(a.fileType), Copy(a.fileUrl),  Copy(a.localPath)};
 }
 
@@ -308,18 +314,18 @@ inline ToolCallData Copy(const ToolCall& c) {
 }
 
 inline TodoData Copy(const Todo& t) {
-  return TodoData{Copy(t.id), Copy(t.title), Copy(t.description), t.status, t.createdAt,
-                  t.updatedAt};
+  return TodoData{Copy(t.id), Copy(t.title), Copy(t.description),
+                  t.status,   t.createdAt,   t.updatedAt};
 }
 
 inline UsageData Copy(const Usage& u) {
-  return UsageData{Copy(u.eventId), Copy(u.modelName), u.createdAt,     u.inputTokens,
+  return UsageData{Copy(u.eventId), Copy(u.modelName), u.createdAt,      u.inputTokens,
                    u.outputTokens,  u.cachedTokens,    u.businessPoints, u.businessCost};
 }
 
 inline NotificationData Copy(const Notification& n) {
-  return NotificationData{Copy(n.id),  n.type,       Copy(n.title),    Copy(n.content), n.priority,
-                          n.createdAt, n.expiresAt,  Copy(n.sourceId), n.isRead};
+  return NotificationData{Copy(n.id),  n.type,      Copy(n.title),    Copy(n.content), n.priority,
+                          n.createdAt, n.expiresAt, Copy(n.sourceId), n.isRead};
 }
 
 inline RemoteDeviceData Copy(const RemoteDeviceInfo& d) {

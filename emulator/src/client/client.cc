@@ -77,16 +77,14 @@ struct Client::State : std::enable_shared_from_this<Client::State> {
 
   void SetConnection(int32_t state) {
     connection = state;
-    Notify("connection state", [](OmbrixClientObserverItf& o, State& s) {
-      o.OnConnectionStateChanged(s.connection);
-    });
+    Notify("connection state",
+           [](OmbrixClientObserverItf& o, State& s) { o.OnConnectionStateChanged(s.connection); });
   }
 
   void Announce(SharedPtr<ToolServiceItf> service) {
     toolService = service;
-    Notify("new tool service", [](OmbrixClientObserverItf& o, State& s) {
-      o.OnNewToolService(s.toolService);
-    });
+    Notify("new tool service",
+           [](OmbrixClientObserverItf& o, State& s) { o.OnNewToolService(s.toolService); });
   }
 
   void Disconnect() {
@@ -234,8 +232,8 @@ SharedPtr<FernwickManagerItf> Client::CreateFernwickManager(SharedPtr<FernwickMa
 
 void Client::GetFernwickWorkspace(SharedPtr<CallbackItf<const char*>> callback) {
   std::string name = state_->serverName;
-  Perform(state_->ToolContextOf(), "GetFernwickWorkspace", Json::MakeObject({{"serverName", name}}), callback,
-          [name](const loopback::CancelFlag&) {
+  Perform(state_->ToolContextOf(), "GetFernwickWorkspace", Json::MakeObject({{"serverName", name}}),
+          callback, [name](const loopback::CancelFlag&) {
             std::string safe = name;
             for (char& c : safe) {
               if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
@@ -243,7 +241,8 @@ void Client::GetFernwickWorkspace(SharedPtr<CallbackItf<const char*>> callback) 
             std::error_code error;
             const std::string base = loopback::fs::UserPrivateDirectory(error);
             if (base.empty()) return std::string();
-            std::string dir = (std::filesystem::u8path(base) / ("ombrix-fernwick-" + safe)).u8string();
+            std::string dir =
+                (std::filesystem::u8path(base) / ("ombrix-fernwick-" + safe)).u8string();
             return loopback::fs::MakePrivateDirectory(dir, error) ? dir : std::string();
           });
 }
@@ -263,7 +262,8 @@ void AnnounceToolService(bool empty) {
 }
 
 void DisconnectToolService() {
-  ForEachClient([](Client::State& client) { client.Post([](Client::State& s) { s.Disconnect(); }); });
+  ForEachClient(
+      [](Client::State& client) { client.Post([](Client::State& s) { s.Disconnect(); }); });
 }
 
 ClientServices NewestClientServices() {

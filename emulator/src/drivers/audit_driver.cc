@@ -16,7 +16,9 @@ namespace {
 // The SDK's observer of one audit session.
 class RecordingObserver final : public AuditSessionObserverItf {
  public:
-  void OnRecordingDone() override { events_.Record(Json::MakeObject({{"event", "recordingDone"}})); }
+  void OnRecordingDone() override {
+    events_.Record(Json::MakeObject({{"event", "recordingDone"}}));
+  }
   void OnReportReady() override { events_.Record(Json::MakeObject({{"event", "reportReady"}})); }
   void OnError(const char* message) override {
     events_.Record(Json::MakeObject({{"event", "error"}, {"message", MessageJson(message)}}));
@@ -56,8 +58,9 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
   if (!session) return DriveError("no audit session " + std::to_string(id));
 
   if (op == "getCachedInfo") {
-    return hostile::OnSdkThread(
-        [session] { return Json::MakeObject({{"info", InfoJson(session->GetCachedSessionInfo())}}); });
+    return hostile::OnSdkThread([session] {
+      return Json::MakeObject({{"info", InfoJson(session->GetCachedSessionInfo())}});
+    });
   }
   if (op == "release") {
     TheRegistry().sessions.Release(id);

@@ -71,8 +71,9 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
   if (!session) return DriveError("no session " + std::to_string(id));
 
   if (op == "getCachedInfo") {
-    return hostile::OnSdkThread(
-        [session] { return Json::MakeObject({{"info", InfoJson(session->GetCachedInfo())}}); });
+    return hostile::OnSdkThread([session] {
+      return Json::MakeObject({{"info", InfoJson(session->GetCachedInfo())}});
+    });
   }
   if (op == "release") {
     TheRegistry().sessions.Release(id);
@@ -267,8 +268,9 @@ Json Storm(int threads, int calls) {
     callers.emplace_back([manager, state, t, calls] {
       NameCurrentThread("ombrix-chat-" + std::to_string(t));
       for (int i = 0; i < calls; ++i) {
-        manager->SetLanguageCode(static_cast<LanguageCode>(i % 7),
-                                 SharedPtr<CallbackItf<const OperationResult&>>(new StormCallback(state)));
+        manager->SetLanguageCode(
+            static_cast<LanguageCode>(i % 7),
+            SharedPtr<CallbackItf<const OperationResult&>>(new StormCallback(state)));
       }
     });
   }
@@ -277,8 +279,7 @@ Json Storm(int threads, int calls) {
     std::unique_lock<std::mutex> lock(state->mutex);
     state->done.wait_for(lock, std::chrono::minutes(2), [&] { return state->completed >= issued; });
   }
-  double seconds =
-      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   std::lock_guard<std::mutex> lock(state->mutex);
   return Json::MakeObject({{"issued", issued},
                            {"completed", state->completed},

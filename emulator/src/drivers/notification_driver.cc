@@ -25,8 +25,8 @@ class RecordingObserver final : public NotificationObserverItf {
         {{"event", "notification"}, {"notification", NotificationJson(notification)}}));
   }
   void OnNotificationUpdated(const Notification& notification) override {
-    events_.Record(Json::MakeObject(
-        {{"event", "updated"}, {"notification", NotificationJson(notification)}}));
+    events_.Record(
+        Json::MakeObject({{"event", "updated"}, {"notification", NotificationJson(notification)}}));
   }
   void OnNotificationRemoved(const char* id) override {
     events_.Record(Json::MakeObject({{"event", "removed"}, {"id", MessageJson(id)}}));

@@ -16,12 +16,11 @@ void RecordingConfirm::RequestConfirm(ConfirmActionType actionType, const char* 
   if (ApplyFault("RequestConfirm")) return;  // "empty": ignored
   std::lock_guard<std::mutex> lock(mutex_);
   uint32_t id = next_++;
-  requests_[id] = Request{
-      Json::MakeObject({{"request", id},
-                        {"actionType", static_cast<int32_t>(actionType)},
-                        {"title", ombrix_records::Copy(title)},
-                        {"content", ombrix_records::Copy(content)}}),
-      std::move(callback)};
+  requests_[id] = Request{Json::MakeObject({{"request", id},
+                                            {"actionType", static_cast<int32_t>(actionType)},
+                                            {"title", ombrix_records::Copy(title)},
+                                            {"content", ombrix_records::Copy(content)}}),
+                          std::move(callback)};
 }
 
 Json RecordingConfirm::Requests() const {

@@ -20,10 +20,9 @@ namespace quelt::ombrix::emu::hostile {
 namespace {
 
 constexpr int kHabits = static_cast<int>(Habit::kCount);
-constexpr const char* kNames[kHabits] = {"inline", "elsewhere", "late",  "twice",
-                                         "loggerNoWait", "observerRace", "sdkThread",
-                                         "throw",  "never",     "drop",  "nullArgs",
-                                         "clientGone"};
+constexpr const char* kNames[kHabits] = {"inline",       "elsewhere",    "late",      "twice",
+                                         "loggerNoWait", "observerRace", "sdkThread", "throw",
+                                         "never",        "drop",         "nullArgs",  "clientGone"};
 // The habits that leave a correct module's results as they are.
 constexpr uint32_t kQuiet = (1u << static_cast<int>(Habit::kThrow)) - 1;
 constexpr uint32_t kAll = (1u << kHabits) - 1;

@@ -20,10 +20,10 @@ namespace quelt::ombrix::emu::hostile {
 
 enum class Habit : int {
   // Unchanged results: a correct module shows the same outcome.
-  kInline,      // a callback runs on the calling thread, inside the call or inside Cancel()
-  kElsewhere,   // a callback runs on one of many SDK threads, alongside others
-  kLate,        // a callback comes after a pause: its tool, client or environment may be gone
-  kTwice,       // a callback runs a second time
+  kInline,        // a callback runs on the calling thread, inside the call or inside Cancel()
+  kElsewhere,     // a callback runs on one of many SDK threads, alongside others
+  kLate,          // a callback comes after a pause: its tool, client or environment may be gone
+  kTwice,         // a callback runs a second time
   kLoggerNoWait,  // SetLogger returns while threads are still inside the old logger
   kObserverRace,  // a detached observer is still called, from several threads at once
   kSdkThread,     // what the SDK usually calls on the JavaScript thread comes from its own

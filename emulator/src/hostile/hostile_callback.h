@@ -33,7 +33,9 @@ template <>
 struct Kept<ConfirmResult> {
   using Type = Kept<const char*>::Type;
   static Type Keep(ConfirmResult value) { return Kept<const char*>::Keep(value.responseJson); }
-  static ConfirmResult Pass(const Type& kept) { return ConfirmResult{Kept<const char*>::Pass(kept)}; }
+  static ConfirmResult Pass(const Type& kept) {
+    return ConfirmResult{Kept<const char*>::Pass(kept)};
+  }
 };
 
 template <class Arg>

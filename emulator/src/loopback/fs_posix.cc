@@ -269,7 +269,8 @@ std::string UserPrivateDirectory(std::error_code& ec) {
 }
 
 File CreateExclusive(const std::string& path, std::error_code& ec) noexcept {
-  const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, 0666);
+  const int fd =
+      open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC | O_NOCTTY, 0666);
   if (fd < 0) ec = LastError();
   return File(fd);
 }

@@ -192,8 +192,9 @@ void CopyAccessRights(HANDLE from, HANDLE to) noexcept {
   // Unprotected, the inherited entries are taken afresh from the directory,
   // which is the same one.
   const SECURITY_INFORMATION which =
-      DACL_SECURITY_INFORMATION | ((control & SE_DACL_PROTECTED) ? PROTECTED_DACL_SECURITY_INFORMATION
-                                                                  : UNPROTECTED_DACL_SECURITY_INFORMATION);
+      DACL_SECURITY_INFORMATION |
+      ((control & SE_DACL_PROTECTED) ? PROTECTED_DACL_SECURITY_INFORMATION
+                                     : UNPROTECTED_DACL_SECURITY_INFORMATION);
   SetSecurityInfo(to, SE_FILE_OBJECT, which, nullptr, nullptr, dacl, nullptr);
   LocalFree(descriptor);
 }
@@ -203,8 +204,9 @@ void CopyAccessRights(HANDLE from, HANDLE to) noexcept {
 std::wstring FinalPath(HANDLE handle, const std::wstring& opened) {
   std::wstring path(MAX_PATH, L'\0');
   for (;;) {
-    const DWORD length = GetFinalPathNameByHandleW(handle, path.data(), static_cast<DWORD>(path.size()),
-                                                   FILE_NAME_NORMALIZED | VOLUME_NAME_DOS);
+    const DWORD length =
+        GetFinalPathNameByHandleW(handle, path.data(), static_cast<DWORD>(path.size()),
+                                  FILE_NAME_NORMALIZED | VOLUME_NAME_DOS);
     if (length == 0) return win32::ExtendedPath(opened);
     if (length < path.size()) {
       path.resize(length);
@@ -232,7 +234,8 @@ File::~File() {
 
 int64_t File::Read(char* buffer, size_t size, std::error_code& ec) noexcept {
   DWORD count = 0;
-  if (ReadFile(ToHandle(fd_), buffer, static_cast<DWORD>(std::min(size, kMaxIo)), &count, nullptr)) {
+  if (ReadFile(ToHandle(fd_), buffer, static_cast<DWORD>(std::min(size, kMaxIo)), &count,
+               nullptr)) {
     return count;
   }
   const DWORD error = GetLastError();
@@ -274,10 +277,9 @@ File OpenForReading(const std::string& path, std::error_code& ec) noexcept {
   try {
     // Backup semantics opens a directory too, so that it can be told apart
     // from a file that may not be read.
-    File file(FromHandle(CreateFileW(win32::WidePath(path).c_str(), GENERIC_READ, kShareAll, nullptr,
-                                     OPEN_EXISTING,
-                                     FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_SEQUENTIAL_SCAN,
-                                     nullptr)));
+    File file(FromHandle(
+        CreateFileW(win32::WidePath(path).c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+                    FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_SEQUENTIAL_SCAN, nullptr)));
     if (!file.IsOpen()) {
       ec = win32::LastError();
       return File();
@@ -371,9 +373,9 @@ bool ReplaceContents(const std::string& path, std::string_view contents, std::st
   try {
     failedPath = path;
     const std::wstring wide = win32::WidePath(path);
-    win32::UniqueHandle original(CreateFileW(wide.c_str(),
-                                             READ_CONTROL | FILE_READ_ATTRIBUTES, kShareAll, nullptr,
-                                             OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    win32::UniqueHandle original(CreateFileW(wide.c_str(), READ_CONTROL | FILE_READ_ATTRIBUTES,
+                                             kShareAll, nullptr, OPEN_EXISTING,
+                                             FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     BY_HANDLE_FILE_INFORMATION info;
     if (!original || !GetFileInformationByHandle(original.get(), &info)) {
       ec = win32::LastError();

@@ -11,7 +11,7 @@ struct HostInfo {
   std::string userName;
   std::string platform;  // e.g. "Linux"
   std::string release;
-  std::string machine;   // e.g. "x86_64"
+  std::string machine;  // e.g. "x86_64"
   int32_t cpus = 0;
   int64_t uptimeSeconds = 0;
 };

@@ -50,7 +50,8 @@ std::string GenerateToken(const std::string& prefix) {
     std::seed_seq seed{device(), device(), device(), device()};
     return std::mt19937_64(seed);
   }());
-  static_assert(std::is_trivially_destructible<decltype(engine)>::value, "thread_local needs no destructor");
+  static_assert(std::is_trivially_destructible<decltype(engine)>::value,
+                "thread_local needs no destructor");
   return prefix + "." + Hex(engine()) + Hex(engine());
 }
 

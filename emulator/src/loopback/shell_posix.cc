@@ -216,7 +216,8 @@ ShellExecResult Run(const std::string& command, const std::string& workingDir,
   }
   pid_t pid = -1;
   if (const int error = Spawn(command, workingDir, stdoutWrite.get(), stderrWrite.get(), pid)) {
-    result.errorMessage = StartFailure(workingDir, "Cannot start /bin/sh: " + std::generic_category().message(error));
+    result.errorMessage =
+        StartFailure(workingDir, "Cannot start /bin/sh: " + std::generic_category().message(error));
     return result;
   }
   stdoutWrite.Reset();

@@ -25,7 +25,7 @@ bool MayStart(const std::string& workingDir, const CancelFlag& cancel, ShellExec
 
 std::string StartFailure(const std::string& workingDir, const std::string& reason) {
   return !workingDir.empty() && !IsUsableDirectory(workingDir) ? NoSuchDirectory(workingDir)
-                                                                : reason;
+                                                               : reason;
 }
 
 }  // namespace quelt::ombrix::emu::loopback

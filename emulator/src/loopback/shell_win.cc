@@ -44,8 +44,9 @@ class PipeReader {
   // Makes the pipe; `childEnd` receives its inheritable write end.
   bool Open(UniqueHandle& childEnd) {
     static std::atomic<uint32_t> counter{0};
-    const std::wstring name = L"\\\\.\\pipe\\ombrix-shell-" + std::to_wstring(GetCurrentProcessId()) +
-                              L"-" + std::to_wstring(++counter);
+    const std::wstring name = L"\\\\.\\pipe\\ombrix-shell-" +
+                              std::to_wstring(GetCurrentProcessId()) + L"-" +
+                              std::to_wstring(++counter);
     pipe_.Reset(CreateNamedPipeW(
         name.c_str(), PIPE_ACCESS_INBOUND | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
         PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1, 0,
@@ -165,7 +166,8 @@ UniqueHandle MakeJob() {
   UniqueHandle job(CreateJobObjectW(nullptr, nullptr));
   JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
   limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_DIE_ON_UNHANDLED_EXCEPTION;
-  if (job) SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits, sizeof(limits));
+  if (job)
+    SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits, sizeof(limits));
   return job;
 }
 
@@ -190,8 +192,8 @@ DWORD Spawn(const std::string& command, const std::string& workingDir, HANDLE st
   const std::wstring directory = win32::Widen(workingDir);
   const DWORD flags = CREATE_SUSPENDED | CREATE_NO_WINDOW |
                       (inherited.get() != nullptr ? EXTENDED_STARTUPINFO_PRESENT : 0);
-  if (!CreateProcessW(CommandInterpreter().c_str(), commandLine.data(), nullptr, nullptr, TRUE, flags,
-                      nullptr, directory.empty() ? nullptr : directory.c_str(),
+  if (!CreateProcessW(CommandInterpreter().c_str(), commandLine.data(), nullptr, nullptr, TRUE,
+                      flags, nullptr, directory.empty() ? nullptr : directory.c_str(),
                       &startup.StartupInfo, &process)) {
     return GetLastError();
   }
@@ -210,8 +212,10 @@ ShellExecResult Run(const std::string& command, const std::string& workingDir,
     return result;
   }
   PROCESS_INFORMATION started{};
-  if (const DWORD error = Spawn(command, workingDir, stdoutWrite.get(), stderrWrite.get(), started)) {
-    result.errorMessage = StartFailure(workingDir, "Cannot start cmd.exe: " + win32::ErrorFrom(error).message());
+  if (const DWORD error =
+          Spawn(command, workingDir, stdoutWrite.get(), stderrWrite.get(), started)) {
+    result.errorMessage =
+        StartFailure(workingDir, "Cannot start cmd.exe: " + win32::ErrorFrom(error).message());
     return result;
   }
   UniqueHandle process(started.hProcess);

@@ -26,7 +26,8 @@ stdfs::path PathOf(const std::string& utf8) { return stdfs::u8path(utf8); }
 // A new file beside `destination`, "." + its name + ".part-" + 64 random bits,
 // created exclusively: another user who can write the folder can neither
 // guess the name nor plant a link there that the copy would write through.
-fs::File CreateTemporaryFor(const stdfs::path& destination, std::string& path, std::error_code& ec) {
+fs::File CreateTemporaryFor(const stdfs::path& destination, std::string& path,
+                            std::error_code& ec) {
   std::random_device entropy;
   for (int attempt = 0; attempt < 16; ++attempt) {
     char suffix[17];
@@ -45,9 +46,9 @@ fs::File CreateTemporaryFor(const stdfs::path& destination, std::string& path, s
 
 // Copies the open source into `out`; false with `failure` set. Write
 // failures name `destination`, the path the caller asked for.
-bool CopyInto(fs::File& in, const std::string& source, fs::File& out, const std::string& destination,
-              uint64_t total, const CancelFlag& cancel, const TransferProgress& progress,
-              uint64_t& copied, Failure& failure) {
+bool CopyInto(fs::File& in, const std::string& source, fs::File& out,
+              const std::string& destination, uint64_t total, const CancelFlag& cancel,
+              const TransferProgress& progress, uint64_t& copied, Failure& failure) {
   std::error_code ec;
   std::unique_ptr<char[]> buffer(new char[kTransferBlockSize]);
   for (;;) {

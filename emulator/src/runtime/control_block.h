@@ -13,14 +13,14 @@ enum TypeId : int {
 #define OMBRIX_TYPE_ID(label, ...) kType##label,
   OMBRIX_SHARED_TYPES(OMBRIX_TYPE_ID)
 #undef OMBRIX_TYPE_ID
-  kTypeCount
+      kTypeCount
 };
 
 template <class T>
 struct TypeIdOf;
-#define OMBRIX_TYPE_ID_OF(label, ...) \
-  template <>                         \
-  struct TypeIdOf<__VA_ARGS__> {      \
+#define OMBRIX_TYPE_ID_OF(label, ...)             \
+  template <>                                     \
+  struct TypeIdOf<__VA_ARGS__> {                  \
     static constexpr TypeId value = kType##label; \
   };
 OMBRIX_SHARED_TYPES(OMBRIX_TYPE_ID_OF)

@@ -170,7 +170,7 @@ SharedPtr<T> WeakPtr<T>::lock() const noexcept {
 }
 
 #define OMBRIX_INSTANTIATE_POINTERS(label, ...) \
-  template class SharedPtr<__VA_ARGS__>;         \
+  template class SharedPtr<__VA_ARGS__>;        \
   template class WeakPtr<__VA_ARGS__>;
 OMBRIX_SHARED_TYPES(OMBRIX_INSTANTIATE_POINTERS)
 #undef OMBRIX_INSTANTIATE_POINTERS

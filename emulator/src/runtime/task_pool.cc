@@ -43,8 +43,8 @@ struct TaskPool::State {
 };
 
 TaskPool& TaskPool::Quick() {
-  static TaskPool* pool = new TaskPool(
-      new State("ombrix-pool", std::max(2, static_cast<int>(std::thread::hardware_concurrency())), true));
+  static TaskPool* pool = new TaskPool(new State(
+      "ombrix-pool", std::max(2, static_cast<int>(std::thread::hardware_concurrency())), true));
   return *pool;
 }
 

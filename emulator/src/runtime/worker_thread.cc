@@ -20,7 +20,8 @@ namespace {
 // A plain array, not a std::string: a thread_local with a destructor inside a
 // MinGW-built DLL frees freed memory at every thread exit.
 thread_local char t_threadName[64];
-static_assert(std::is_trivially_destructible<decltype(t_threadName)>::value, "thread_local needs no destructor");
+static_assert(std::is_trivially_destructible<decltype(t_threadName)>::value,
+              "thread_local needs no destructor");
 std::atomic<int> g_failNextCreate{0};
 }  // namespace
 

@@ -31,7 +31,9 @@ uint64_t CallLog::Capture(const std::string& op, Json args, Completer complete) 
   }
   if (autoRecord) {
     // Hostile mode may complete it here, inside the caller's call.
-    std::function<void()> deliver = [complete = std::move(complete), autoRecord] { complete(*autoRecord); };
+    std::function<void()> deliver = [complete = std::move(complete), autoRecord] {
+      complete(*autoRecord);
+    };
     if (!hostile::Deliver(deliver, true)) TaskPool::Quick().Post(std::move(deliver));
   } else {
     EMU_LOG(LogLevel::kDebug, "scripted", "captured %s #%llu", op.c_str(),

@@ -18,13 +18,27 @@ void DumpString(const std::string& text, std::string* out) {
   out->push_back('"');
   for (unsigned char c : text) {
     switch (c) {
-      case '"': *out += "\\\""; break;
-      case '\\': *out += "\\\\"; break;
-      case '\n': *out += "\\n"; break;
-      case '\r': *out += "\\r"; break;
-      case '\t': *out += "\\t"; break;
-      case '\b': *out += "\\b"; break;
-      case '\f': *out += "\\f"; break;
+      case '"':
+        *out += "\\\"";
+        break;
+      case '\\':
+        *out += "\\\\";
+        break;
+      case '\n':
+        *out += "\\n";
+        break;
+      case '\r':
+        *out += "\\r";
+        break;
+      case '\t':
+        *out += "\\t";
+        break;
+      case '\b':
+        *out += "\\b";
+        break;
+      case '\f':
+        *out += "\\f";
+        break;
       default:
         if (c < 0x20) {
           char escaped[8];
@@ -40,8 +54,12 @@ void DumpString(const std::string& text, std::string* out) {
 
 void DumpValue(const Json& value, std::string* out) {
   switch (value.type()) {
-    case Json::Type::kNull: *out += "null"; break;
-    case Json::Type::kBool: *out += value.AsBool() ? "true" : "false"; break;
+    case Json::Type::kNull:
+      *out += "null";
+      break;
+    case Json::Type::kBool:
+      *out += value.AsBool() ? "true" : "false";
+      break;
     case Json::Type::kNumber: {
       double n = value.AsNumber();
       if (!std::isfinite(n)) {
@@ -55,7 +73,9 @@ void DumpValue(const Json& value, std::string* out) {
       }
       break;
     }
-    case Json::Type::kString: DumpString(value.AsString(), out); break;
+    case Json::Type::kString:
+      DumpString(value.AsString(), out);
+      break;
     case Json::Type::kArray: {
       out->push_back('[');
       bool first = true;
@@ -206,10 +226,14 @@ class Parser {
     for (int i = 0; i < 4; ++i) {
       char c = text_[pos_++];
       value <<= 4;
-      if (c >= '0' && c <= '9') value |= static_cast<unsigned>(c - '0');
-      else if (c >= 'a' && c <= 'f') value |= static_cast<unsigned>(c - 'a' + 10);
-      else if (c >= 'A' && c <= 'F') value |= static_cast<unsigned>(c - 'A' + 10);
-      else Fail("bad \\u escape");
+      if (c >= '0' && c <= '9')
+        value |= static_cast<unsigned>(c - '0');
+      else if (c >= 'a' && c <= 'f')
+        value |= static_cast<unsigned>(c - 'a' + 10);
+      else if (c >= 'A' && c <= 'F')
+        value |= static_cast<unsigned>(c - 'A' + 10);
+      else
+        Fail("bad \\u escape");
     }
     return value;
   }
@@ -245,14 +269,30 @@ class Parser {
       if (pos_ >= text_.size()) break;
       char e = text_[pos_++];
       switch (e) {
-        case '"': out.push_back('"'); break;
-        case '\\': out.push_back('\\'); break;
-        case '/': out.push_back('/'); break;
-        case 'b': out.push_back('\b'); break;
-        case 'f': out.push_back('\f'); break;
-        case 'n': out.push_back('\n'); break;
-        case 'r': out.push_back('\r'); break;
-        case 't': out.push_back('\t'); break;
+        case '"':
+          out.push_back('"');
+          break;
+        case '\\':
+          out.push_back('\\');
+          break;
+        case '/':
+          out.push_back('/');
+          break;
+        case 'b':
+          out.push_back('\b');
+          break;
+        case 'f':
+          out.push_back('\f');
+          break;
+        case 'n':
+          out.push_back('\n');
+          break;
+        case 'r':
+          out.push_back('\r');
+          break;
+        case 't':
+          out.push_back('\t');
+          break;
         case 'u': {
           unsigned code = ParseHex4();
           if (code >= 0xD800 && code <= 0xDBFF && text_.compare(pos_, 2, "\\u") == 0) {
@@ -263,7 +303,8 @@ class Parser {
           AppendUtf8(code, &out);
           break;
         }
-        default: Fail("bad escape");
+        default:
+          Fail("bad escape");
       }
     }
     Fail("unterminated string");

@@ -21,16 +21,18 @@ class Json {
   using Object = std::vector<Member>;
 
   Json() = default;
-  Json(std::nullptr_t) {}  // NOLINT
-  Json(bool value) : value_(value) {}  // NOLINT
-  Json(double value) : value_(value) {}  // NOLINT
-  Json(int32_t value) : Json(static_cast<double>(value)) {}  // NOLINT
+  Json(std::nullptr_t) {}                                     // NOLINT
+  Json(bool value) : value_(value) {}                         // NOLINT
+  Json(double value) : value_(value) {}                       // NOLINT
+  Json(int32_t value) : Json(static_cast<double>(value)) {}   // NOLINT
   Json(uint32_t value) : Json(static_cast<double>(value)) {}  // NOLINT
-  Json(int64_t value) : Json(static_cast<double>(value)) {}  // NOLINT
+  Json(int64_t value) : Json(static_cast<double>(value)) {}   // NOLINT
   Json(uint64_t value) : Json(static_cast<double>(value)) {}  // NOLINT
-  Json(std::string value) : value_(std::move(value)) {}  // NOLINT
-  Json(const char* value) { if (value) value_ = std::string(value); }  // NOLINT
-  Json(Array value) : value_(std::move(value)) {}  // NOLINT
+  Json(std::string value) : value_(std::move(value)) {}       // NOLINT
+  Json(const char* value) {
+    if (value) value_ = std::string(value);
+  }                                                 // NOLINT
+  Json(Array value) : value_(std::move(value)) {}   // NOLINT
   Json(Object value) : value_(std::move(value)) {}  // NOLINT
 
   static Json MakeObject(std::initializer_list<Member> members) { return Json(Object(members)); }

@@ -24,7 +24,8 @@ void Handover::DeliverHere() {
   waiting_ = true;
   // Cancelled work ends within milliseconds; one that is not even running
   // yet (every worker busy) is left to deliver on its own.
-  if (!ready_.wait_for(lock, std::chrono::seconds(5), [this] { return static_cast<bool>(deliver_); })) {
+  if (!ready_.wait_for(lock, std::chrono::seconds(5),
+                       [this] { return static_cast<bool>(deliver_); })) {
     waiting_ = false;
     return;
   }

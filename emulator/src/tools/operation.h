@@ -98,7 +98,9 @@ class OperationHandle final : public OperationHandleItf {
  public:
   OperationHandle(std::string op, std::shared_ptr<loopback::CancelFlag> flag, uint64_t scriptedId,
                   std::shared_ptr<Handover> handover = nullptr)
-      : op_(std::move(op)), flag_(std::move(flag)), scriptedId_(scriptedId),
+      : op_(std::move(op)),
+        flag_(std::move(flag)),
+        scriptedId_(scriptedId),
         handover_(std::move(handover)) {}
   void Cancel() override {
     EMU_LOG(LogLevel::kInfo, "operation", "%s cancelled", op_.c_str());

@@ -11,7 +11,8 @@ namespace emu {
 class RemoteFileTool final : public RemoteFileToolItf {
  public:
   explicit RemoteFileTool(ToolContext context)
-      : context_(std::move(context)), registration_(static_cast<RemoteFileToolItf*>(this), context_) {}
+      : context_(std::move(context)),
+        registration_(static_cast<RemoteFileToolItf*>(this), context_) {}
 
   void ReadFile(const char* deviceId, const char* filePath, int32_t startLine, int32_t endLine,
                 SharedPtr<CallbackItf<const FileReadResult&>> callback) override;

@@ -112,14 +112,15 @@ void RemoteFileTransfer::Transfer(const char* op, const char* deviceId, const ch
   Perform(
       context_, op,
       Json::MakeObject({{"deviceId", Str(deviceId)}, {"localPath", local}, {"remotePath", remote}}),
-      callback, [op, ticket, source, destination](const loopback::CancelFlag&) {
+      callback,
+      [op, ticket, source, destination](const loopback::CancelFlag&) {
         ProgressLog progress(std::string(op) + " " + source);
         Pacer pacer(g_bytesPerSecond.load());
-        FileTransferStatus status = loopback::TransferFile(
-            source, destination, ticket->flag, [&](uint64_t copied, uint64_t total) {
-              progress(copied, total);
-              pacer.Wait(copied, ticket->flag);
-            });
+        FileTransferStatus status = loopback::TransferFile(source, destination, ticket->flag,
+                                                           [&](uint64_t copied, uint64_t total) {
+                                                             progress(copied, total);
+                                                             pacer.Wait(copied, ticket->flag);
+                                                           });
         ticket->Close();
         EMU_LOG(status.errorCode == FileTransferErrorCode::kSuccess ? LogLevel::kInfo
                                                                     : LogLevel::kWarning,

@@ -11,7 +11,8 @@ namespace emu {
 class RemoteShellTool final : public RemoteShellToolItf {
  public:
   explicit RemoteShellTool(ToolContext context)
-      : context_(std::move(context)), registration_(static_cast<RemoteShellToolItf*>(this), context_) {}
+      : context_(std::move(context)),
+        registration_(static_cast<RemoteShellToolItf*>(this), context_) {}
   SharedPtr<OperationHandleItf> ExecuteShell(
       const char* deviceId, const char* command, const char* workingDir,
       SharedPtr<CallbackItf<const ShellExecResult&>> callback) override;

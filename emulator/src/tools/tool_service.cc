@@ -78,7 +78,8 @@ ToolServiceResult RunTool(const std::string& name, const std::string& arguments,
   }
   if (name == "sleep") {
     double ms = args["ms"].IsNumber() ? args["ms"].AsNumber() : 1000;
-    auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(ToInteger<int64_t>(ms));
+    auto until =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(ToInteger<int64_t>(ms));
     while (std::chrono::steady_clock::now() < until) {
       if (cancel.IsSet()) return Failure("Cancelled");
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
@@ -99,11 +100,10 @@ SharedPtr<OperationHandleItf> ToolService::CallTool(
     const char* toolName, const char* arguments,
     SharedPtr<CallbackItf<const ToolServiceResult&>> callback) {
   std::string name = Str(toolName), args = Str(arguments);
-  return Perform(context_, "CallTool",
-                 Json::MakeObject({{"service", name_}, {"toolName", name}, {"arguments", args}}),
-                 callback,
-                 [=](const loopback::CancelFlag& cancel) { return RunTool(name, args, cancel); },
-                 Work::kLong);
+  return Perform(
+      context_, "CallTool",
+      Json::MakeObject({{"service", name_}, {"toolName", name}, {"arguments", args}}), callback,
+      [=](const loopback::CancelFlag& cancel) { return RunTool(name, args, cancel); }, Work::kLong);
 }
 
 }  // namespace emu

@@ -22,7 +22,9 @@ namespace {
 // "scheme:" as URLs begin (RFC 3986), two letters at least.
 bool HasScheme(const std::string& target) {
   const size_t colon = target.find(':');
-  if (colon == std::string::npos || colon < 2 || !std::isalpha(static_cast<unsigned char>(target[0]))) return false;
+  if (colon == std::string::npos || colon < 2 ||
+      !std::isalpha(static_cast<unsigned char>(target[0])))
+    return false;
   for (size_t i = 1; i < colon; ++i) {
     const unsigned char c = static_cast<unsigned char>(target[i]);
     if (!std::isalnum(c) && c != '+' && c != '-' && c != '.') return false;
@@ -82,7 +84,8 @@ bool OpenWithDesktopOpener(const std::string& target) {
   std::string argument = target;
   char* argv[] = {opener, argument.data(), nullptr};
   pid_t pid = 0;
-  const int error = posix_spawnp(&pid, opener, settings.actions(), settings.attributes(), argv, environ);
+  const int error =
+      posix_spawnp(&pid, opener, settings.actions(), settings.attributes(), argv, environ);
   if (error != 0) {
     SetThreadError(static_cast<uint32_t>(error));
     return false;

@@ -168,7 +168,8 @@ std::unique_ptr<NamedMutex> NamedMutex::Open(const std::string& name) {
   bool created = false;
   const int fd = OpenOrCreate(shmName, created);
   if (fd < 0) return nullptr;
-  if (!OwnedByThisUser(fd, name)) {  // an object planted under the name: neither waited for nor locked
+  if (!OwnedByThisUser(fd,
+                       name)) {  // an object planted under the name: neither waited for nor locked
     close(fd);
     return nullptr;
   }

@@ -19,7 +19,7 @@ struct ShmRegionCore::Impl {
   uint8_t* view = nullptr;
   uint64_t size = 0;  // the object's length at open, rounded up to whole pages
   uint64_t page = 0;
-  int fd = -1;        // kept to read the object's current length
+  int fd = -1;  // kept to read the object's current length
   std::unique_ptr<NamedMutex> mutex;
   bool open = false;
 };

@@ -7,7 +7,8 @@ namespace ombrix_addon {
 namespace {
 
 thread_local uint32_t lastError = 0;
-static_assert(std::is_trivially_destructible<decltype(lastError)>::value, "thread_local needs no destructor");
+static_assert(std::is_trivially_destructible<decltype(lastError)>::value,
+              "thread_local needs no destructor");
 
 }  // namespace
 

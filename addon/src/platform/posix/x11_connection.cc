@@ -36,7 +36,8 @@ const char* const kAtomNames[X11Connection::kAtomCount] = {
 
 // The connection whose X errors this thread records.
 thread_local X11Connection* current = nullptr;
-static_assert(std::is_trivially_destructible<decltype(current)>::value, "thread_local needs no destructor");
+static_assert(std::is_trivially_destructible<decltype(current)>::value,
+              "thread_local needs no destructor");
 
 // Xlib keeps one handler of each kind per process; other displays keep theirs.
 std::atomic<xlib::ErrorHandler> chained{nullptr};
@@ -57,8 +58,9 @@ bool Read(const xlib::Api& x, xlib::Display* display, xlib::Window window, xlib:
           long maxLongs, int format, Property& out) {
   int actualFormat = 0;
   unsigned long bytesAfter = 0;
-  const int status = x.XGetWindowProperty(display, window, property, 0, maxLongs, 0, 0 /* any type */,
-                                          &out.type, &actualFormat, &out.count, &bytesAfter, &out.data);
+  const int status =
+      x.XGetWindowProperty(display, window, property, 0, maxLongs, 0, 0 /* any type */, &out.type,
+                           &actualFormat, &out.count, &bytesAfter, &out.data);
   return status == xlib::kSuccess && out.data && actualFormat == format;
 }
 
@@ -118,7 +120,9 @@ int X11Connection::OnIOError(xlib::Display* display) {
   return next ? next(display) : 0;
 }
 
-void X11Connection::OnLost(xlib::Display*, void* self) { static_cast<X11Connection*>(self)->lost_ = true; }
+void X11Connection::OnLost(xlib::Display*, void* self) {
+  static_cast<X11Connection*>(self)->lost_ = true;
+}
 
 bool X11Connection::Supports(AtomId id) const {
   return std::find(supported_.begin(), supported_.end(), atoms_[id]) != supported_.end();
@@ -138,12 +142,14 @@ std::vector<unsigned long> X11Connection::Items(Window window, Atom property) {
   return std::vector<unsigned long>(items, items + value.count);
 }
 
-std::optional<std::string> X11Connection::Bytes(Window window, Atom property, long maxBytes, Atom* type) {
+std::optional<std::string> X11Connection::Bytes(Window window, Atom property, long maxBytes,
+                                                Atom* type) {
   Property value{x};
   if (!Read(x, display_, window, property, (maxBytes + 3) / 4, 8, value)) return std::nullopt;
   *type = value.type;
   const auto* bytes = reinterpret_cast<const char*>(value.data);
-  return std::string(bytes, std::min<unsigned long>(value.count, static_cast<unsigned long>(maxBytes)));
+  return std::string(bytes,
+                     std::min<unsigned long>(value.count, static_cast<unsigned long>(maxBytes)));
 }
 
 void X11Connection::SendToRoot(Window window, AtomId message, const long (&data)[5]) {
@@ -153,7 +159,8 @@ void X11Connection::SendToRoot(Window window, AtomId message, const long (&data)
   event.client.message_type = atoms_[message];
   event.client.format = 32;
   std::copy(std::begin(data), std::end(data), event.client.data);
-  x.XSendEvent(display_, root_, 0, xlib::kSubstructureRedirectMask | xlib::kSubstructureNotifyMask, &event);
+  x.XSendEvent(display_, root_, 0, xlib::kSubstructureRedirectMask | xlib::kSubstructureNotifyMask,
+               &event);
 }
 
 }  // namespace ombrix_addon

@@ -15,7 +15,20 @@ namespace {
 using xlib::Atom;
 
 // WINDOWPLACEMENT as 32-bit fields.
-enum PlacementField { kLength, kFlags, kShowCommand, kMinX, kMinY, kMaxX, kMaxY, kLeft, kTop, kRight, kBottom, kFields };
+enum PlacementField {
+  kLength,
+  kFlags,
+  kShowCommand,
+  kMinX,
+  kMinY,
+  kMaxX,
+  kMaxY,
+  kLeft,
+  kTop,
+  kRight,
+  kBottom,
+  kFields
+};
 static_assert(kFields * sizeof(int32_t) == WindowSystem::kPlacementSize, "placement layout");
 constexpr int32_t kRestoreToMaximized = 2;  // WPF_RESTORETOMAXIMIZED
 
@@ -98,13 +111,15 @@ std::string LocalHostName() {
 }
 
 void SetMaximized(X11Connection& c, Window window, bool maximized) {
-  c.SendToRoot(window, X11Connection::kNetWmState,
-               {maximized ? 1 : 0, static_cast<long>(c.atom(X11Connection::kNetWmStateMaximizedVert)),
-                static_cast<long>(c.atom(X11Connection::kNetWmStateMaximizedHorz)), kSourcePager, 0});
+  c.SendToRoot(
+      window, X11Connection::kNetWmState,
+      {maximized ? 1 : 0, static_cast<long>(c.atom(X11Connection::kNetWmStateMaximizedVert)),
+       static_cast<long>(c.atom(X11Connection::kNetWmStateMaximizedHorz)), kSourcePager, 0});
 }
 
 void Iconify(X11Connection& c, Window window) {
-  c.SendToRoot(window, X11Connection::kWmChangeState, {static_cast<long>(kIconicState), 0, 0, 0, 0});
+  c.SendToRoot(window, X11Connection::kWmChangeState,
+               {static_cast<long>(kIconicState), 0, 0, 0, 0});
 }
 
 // ICCCM withdrawal: the unmap plus a synthetic UnmapNotify for the manager.
@@ -114,8 +129,8 @@ void Withdraw(X11Connection& c, Window window) {
   event.unmap.type = xlib::kUnmapNotify;
   event.unmap.event = c.root();
   event.unmap.window = window;
-  c.x.XSendEvent(c.display(), c.root(), 0, xlib::kSubstructureRedirectMask | xlib::kSubstructureNotifyMask,
-                 &event);
+  c.x.XSendEvent(c.display(), c.root(), 0,
+                 xlib::kSubstructureRedirectMask | xlib::kSubstructureNotifyMask, &event);
 }
 
 // X sizes are 15-bit and never empty.
@@ -137,8 +152,8 @@ void MoveResize(X11Connection& c, Window window, const int32_t (&fields)[kFields
     c.SendToRoot(window, X11Connection::kNetMoveResizeWindow,
                  {flags, fields[kLeft], fields[kTop], width, height});
   } else {  // no window manager, so no frame
-    c.x.XMoveResizeWindow(c.display(), window, fields[kLeft], fields[kTop], static_cast<unsigned>(width),
-                          static_cast<unsigned>(height));
+    c.x.XMoveResizeWindow(c.display(), window, fields[kLeft], fields[kTop],
+                          static_cast<unsigned>(width), static_cast<unsigned>(height));
   }
 }
 
@@ -167,8 +182,8 @@ std::vector<Window> TopFirst(X11Connection& c) {
   if (!c.x.XQueryTree(c.display(), c.root(), &root, &parent, &children, &count)) return {};
   for (unsigned int i = count; i-- > 0;) {
     xlib::WindowAttributes attributes{};
-    if (c.x.XGetWindowAttributes(c.display(), children[i], &attributes) && !attributes.override_redirect &&
-        attributes.map_state == xlib::kIsViewable) {
+    if (c.x.XGetWindowAttributes(c.display(), children[i], &attributes) &&
+        !attributes.override_redirect && attributes.map_state == xlib::kIsViewable) {
       windows.push_back(children[i]);
     }
   }
@@ -191,7 +206,8 @@ bool Shown(X11Connection& c, Window window) {
   const std::vector<unsigned long> state = c.Items(window, c.atom(X11Connection::kWmState));
   if (!state.empty()) return state[0] == kNormalState || state[0] == kIconicState;
   xlib::WindowAttributes attributes{};  // not managed: shown when mapped
-  return c.x.XGetWindowAttributes(c.display(), window, &attributes) && attributes.map_state == xlib::kIsViewable;
+  return c.x.XGetWindowAttributes(c.display(), window, &attributes) &&
+         attributes.map_state == xlib::kIsViewable;
 }
 
 bool Iconic(X11Connection& c, Window window) {
@@ -231,12 +247,19 @@ void ReadPlacement(X11Connection& c, Window window, WindowSystem::Placement& pla
   c.x.XTranslateCoordinates(c.display(), window, c.root(), 0, 0, &x, &y, &child);
   const bool iconic = Iconic(c, window);
   const bool maximized = Maximized(States(c, window), c);
-  const int32_t fields[kFields] = {
-      static_cast<int32_t>(WindowSystem::kPlacementSize),
-      iconic && maximized ? kRestoreToMaximized : 0,
-      iconic ? kShowMinimized : maximized ? kShowMaximized : kShowNormal,
-      -1, -1, -1, -1,  // no minimised or maximised position of its own
-      x, y, x + attributes.width, y + attributes.height};
+  const int32_t fields[kFields] = {static_cast<int32_t>(WindowSystem::kPlacementSize),
+                                   iconic && maximized ? kRestoreToMaximized : 0,
+                                   iconic      ? kShowMinimized
+                                   : maximized ? kShowMaximized
+                                               : kShowNormal,
+                                   -1,
+                                   -1,
+                                   -1,
+                                   -1,  // no minimised or maximised position of its own
+                                   x,
+                                   y,
+                                   x + attributes.width,
+                                   y + attributes.height};
   std::memcpy(placement.data(), fields, sizeof fields);
 }
 
@@ -245,7 +268,8 @@ bool WritePlacement(X11Connection& c, Window window, const WindowSystem::Placeme
   std::memcpy(fields, placement.data(), sizeof fields);
   const int32_t command = fields[kShowCommand];
   const bool minimize = IsMinimizeCommand(command);
-  const bool maximize = command == kShowMaximized || (minimize && (fields[kFlags] & kRestoreToMaximized));
+  const bool maximize =
+      command == kShowMaximized || (minimize && (fields[kFlags] & kRestoreToMaximized));
   // EWMH keeps no size to restore to: a maximised placement's rectangle is not applied.
   if (!maximize && !Sizable(fields)) {
     SetThreadError(EINVAL);
@@ -303,7 +327,8 @@ uint32_t ProcessOf(X11Connection& c, Window window) {
 
 Window Active(X11Connection& c) {
   if (c.Supports(X11Connection::kNetActiveWindow)) {
-    const std::vector<unsigned long> active = c.Items(c.root(), c.atom(X11Connection::kNetActiveWindow));
+    const std::vector<unsigned long> active =
+        c.Items(c.root(), c.atom(X11Connection::kNetActiveWindow));
     return active.empty() ? 0 : active[0];
   }
   Window focus = 0;
@@ -313,7 +338,8 @@ Window Active(X11Connection& c) {
 }
 
 void RequestActive(X11Connection& c, Window window) {
-  c.SendToRoot(window, X11Connection::kNetActiveWindow, {kSourcePager, 0 /* CurrentTime */, 0, 0, 0});
+  c.SendToRoot(window, X11Connection::kNetActiveWindow,
+               {kSourcePager, 0 /* CurrentTime */, 0, 0, 0});
 }
 
 void RaiseAndFocus(X11Connection& c, Window window) {

@@ -11,7 +11,7 @@ const Api* Resolve() {
   void* library = dlopen("libX11.so.6", RTLD_NOW | RTLD_LOCAL);
   if (!library) return nullptr;
   static Api api;
-#define OMBRIX_XLIB_RESOLVE(result, name, parameters)                               \
+#define OMBRIX_XLIB_RESOLVE(result, name, parameters)                       \
   api.name = reinterpret_cast<result(*) parameters>(dlsym(library, #name)); \
   if (!api.name) return nullptr;
   OMBRIX_XLIB_FUNCTIONS(OMBRIX_XLIB_RESOLVE)

@@ -102,35 +102,36 @@ constexpr Atom kWmHintsAtom = 35;
 constexpr Atom kWmNameAtom = 39;
 constexpr Atom kWmTransientForAtom = 68;
 
-#define OMBRIX_XLIB_FUNCTIONS(X)                                                                   \
-  X(Display*, XOpenDisplay, (const char*))                                                         \
-  X(int, XCloseDisplay, (Display*))                                                                \
-  X(Window, XDefaultRootWindow, (Display*))                                                        \
-  X(int, XConnectionNumber, (Display*))                                                            \
-  X(ErrorHandler, XSetErrorHandler, (ErrorHandler))                                                \
-  X(IOErrorHandler, XSetIOErrorHandler, (IOErrorHandler))                                          \
-  X(void, XSetIOErrorExitHandler, (Display*, IOErrorExitHandler, void*))                           \
-  X(Status, XInternAtoms, (Display*, char**, int, Bool, Atom*))                                    \
-  X(int, XGetWindowProperty, (Display*, Window, Atom, long, long, Bool, Atom, Atom*, int*,         \
-                              unsigned long*, unsigned long*, unsigned char**))                    \
-  X(int, XChangeProperty, (Display*, Window, Atom, Atom, int, int, const unsigned char*, int))     \
-  X(int, XFree, (void*))                                                                           \
-  X(Status, XGetWindowAttributes, (Display*, Window, WindowAttributes*))                           \
-  X(Bool, XTranslateCoordinates, (Display*, Window, Window, int, int, int*, int*, Window*))        \
-  X(Status, XQueryTree, (Display*, Window, Window*, Window*, Window**, unsigned int*))             \
-  X(Status, XSendEvent, (Display*, Window, Bool, long, Event*))                                    \
-  X(int, XSync, (Display*, Bool))                                                                  \
-  X(int, XFlush, (Display*))                                                                       \
-  X(int, XPending, (Display*))                                                                     \
-  X(int, XNextEvent, (Display*, Event*))                                                           \
-  X(Window, XCreateSimpleWindow, (Display*, Window, int, int, unsigned, unsigned, unsigned,        \
-                                  unsigned long, unsigned long))                                   \
-  X(int, XDestroyWindow, (Display*, Window))                                                       \
-  X(int, XMapWindow, (Display*, Window))                                                           \
-  X(int, XUnmapWindow, (Display*, Window))                                                         \
-  X(int, XRaiseWindow, (Display*, Window))                                                         \
-  X(int, XMoveResizeWindow, (Display*, Window, int, int, unsigned, unsigned))                      \
-  X(int, XSetInputFocus, (Display*, Window, int, Time))                                            \
+#define OMBRIX_XLIB_FUNCTIONS(X)                                                                  \
+  X(Display*, XOpenDisplay, (const char*))                                                        \
+  X(int, XCloseDisplay, (Display*))                                                               \
+  X(Window, XDefaultRootWindow, (Display*))                                                       \
+  X(int, XConnectionNumber, (Display*))                                                           \
+  X(ErrorHandler, XSetErrorHandler, (ErrorHandler))                                               \
+  X(IOErrorHandler, XSetIOErrorHandler, (IOErrorHandler))                                         \
+  X(void, XSetIOErrorExitHandler, (Display*, IOErrorExitHandler, void*))                          \
+  X(Status, XInternAtoms, (Display*, char**, int, Bool, Atom*))                                   \
+  X(int, XGetWindowProperty,                                                                      \
+    (Display*, Window, Atom, long, long, Bool, Atom, Atom*, int*, unsigned long*, unsigned long*, \
+     unsigned char**))                                                                            \
+  X(int, XChangeProperty, (Display*, Window, Atom, Atom, int, int, const unsigned char*, int))    \
+  X(int, XFree, (void*))                                                                          \
+  X(Status, XGetWindowAttributes, (Display*, Window, WindowAttributes*))                          \
+  X(Bool, XTranslateCoordinates, (Display*, Window, Window, int, int, int*, int*, Window*))       \
+  X(Status, XQueryTree, (Display*, Window, Window*, Window*, Window**, unsigned int*))            \
+  X(Status, XSendEvent, (Display*, Window, Bool, long, Event*))                                   \
+  X(int, XSync, (Display*, Bool))                                                                 \
+  X(int, XFlush, (Display*))                                                                      \
+  X(int, XPending, (Display*))                                                                    \
+  X(int, XNextEvent, (Display*, Event*))                                                          \
+  X(Window, XCreateSimpleWindow,                                                                  \
+    (Display*, Window, int, int, unsigned, unsigned, unsigned, unsigned long, unsigned long))     \
+  X(int, XDestroyWindow, (Display*, Window))                                                      \
+  X(int, XMapWindow, (Display*, Window))                                                          \
+  X(int, XUnmapWindow, (Display*, Window))                                                        \
+  X(int, XRaiseWindow, (Display*, Window))                                                        \
+  X(int, XMoveResizeWindow, (Display*, Window, int, int, unsigned, unsigned))                     \
+  X(int, XSetInputFocus, (Display*, Window, int, Time))                                           \
   X(int, XGetInputFocus, (Display*, Window*, int*))
 
 struct Api {
