@@ -4,24 +4,16 @@
 
 namespace ombrix_addon {
 
-// The lock is held while queueing so that Detach cannot slip in between the
-// test and the post.
 void AccountToolObserver::OnTokenUpdated(const char* token) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  if (!detached_ && owner_)
-    owner_->QueueTokenUpdated(AccountTool::TokenKind::kAccount, token ? token : "");
+  relay_([&](AccountTool& owner) {
+    owner.QueueTokenUpdated(AccountTool::TokenKind::kAccount, token ? token : "");
+  });
 }
 
 void AccountToolObserver::OnMcpTokenUpdated(const char* token) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  if (!detached_ && owner_)
-    owner_->QueueTokenUpdated(AccountTool::TokenKind::kMcp, token ? token : "");
-}
-
-void AccountToolObserver::Detach() {
-  std::lock_guard<std::mutex> lock(mutex_);
-  detached_ = true;
-  owner_ = nullptr;
+  relay_([&](AccountTool& owner) {
+    owner.QueueTokenUpdated(AccountTool::TokenKind::kMcp, token ? token : "");
+  });
 }
 
 }  // namespace ombrix_addon

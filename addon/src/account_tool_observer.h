@@ -2,8 +2,7 @@
 // own threads; it forwards token renewals to its AccountTool until detached.
 #pragma once
 
-#include <mutex>
-
+#include "observer_relay.h"
 #include "ombrix/account.h"
 
 namespace ombrix_addon {
@@ -12,18 +11,16 @@ class AccountTool;
 
 class AccountToolObserver final : public quelt::ombrix::AccountObserverItf {
  public:
-  explicit AccountToolObserver(AccountTool* owner) : owner_(owner) {}
+  explicit AccountToolObserver(AccountTool* owner) : relay_(owner) {}
 
   void OnTokenUpdated(const char* token) override;
   void OnMcpTokenUpdated(const char* token) override;
 
   // After this returns no event reaches the owner.
-  void Detach();
+  void Detach() { relay_.Detach(); }
 
  private:
-  std::mutex mutex_;
-  AccountTool* owner_;
-  bool detached_ = false;
+  ObserverRelay<AccountTool> relay_;
 };
 
 }  // namespace ombrix_addon

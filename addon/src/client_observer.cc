@@ -8,19 +8,11 @@ void ClientObserver::OnConnectionStateChanged(int32_t) {}
 
 void ClientObserver::OnNewToolService(
     quelt::ombrix::SharedPtr<quelt::ombrix::ToolServiceItf> service) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  if (!detached_ && owner_) owner_->QueueNewToolService(std::move(service));
+  relay_([&](OmbrixClient& owner) { owner.QueueNewToolService(std::move(service)); });
 }
 
 void ClientObserver::OnToolServiceDisconnected() {
-  std::lock_guard<std::mutex> lock(mutex_);
-  if (!detached_ && owner_) owner_->QueueToolServiceDisconnected();
-}
-
-void ClientObserver::Detach() {
-  std::lock_guard<std::mutex> lock(mutex_);
-  detached_ = true;
-  owner_ = nullptr;
+  relay_([](OmbrixClient& owner) { owner.QueueToolServiceDisconnected(); });
 }
 
 }  // namespace ombrix_addon

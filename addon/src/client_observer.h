@@ -2,8 +2,7 @@
 // it on its own threads; it forwards to its OmbrixClient until detached.
 #pragma once
 
-#include <mutex>
-
+#include "observer_relay.h"
 #include "ombrix/client.h"
 
 namespace ombrix_addon {
@@ -12,7 +11,7 @@ class OmbrixClient;
 
 class ClientObserver final : public quelt::ombrix::OmbrixClientObserverItf {
  public:
-  explicit ClientObserver(OmbrixClient* owner) : owner_(owner) {}
+  explicit ClientObserver(OmbrixClient* owner) : relay_(owner) {}
 
   // Connection states are not relayed to JavaScript.
   void OnConnectionStateChanged(int32_t state) override;
@@ -20,12 +19,10 @@ class ClientObserver final : public quelt::ombrix::OmbrixClientObserverItf {
   void OnToolServiceDisconnected() override;
 
   // After this returns no event reaches the owner.
-  void Detach();
+  void Detach() { relay_.Detach(); }
 
  private:
-  std::mutex mutex_;
-  OmbrixClient* owner_;
-  bool detached_ = false;
+  ObserverRelay<OmbrixClient> relay_;
 };
 
 }  // namespace ombrix_addon
