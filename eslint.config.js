@@ -5,7 +5,7 @@ const js = require('@eslint/js');
 const globals = require('globals');
 
 module.exports = [
-  { ignores: ['build/', 'prebuilds/', 'node_modules/'] },
+  { ignores: ['build/', 'prebuilds/', 'node_modules/', 'bench/.baseline/'] },
   js.configs.recommended,
   {
     files: ['**/*.js'],
