@@ -12,6 +12,7 @@
 #include "native_tool_call.h"
 #include "owned_external.h"
 #include "tagged_wrap.h"
+#include "tool_promise.h"
 
 namespace ombrix_addon {
 
@@ -98,54 +99,38 @@ Napi::Value OnEnd(const Napi::CallbackInfo& info) {
   return info.Env().Undefined();
 }
 
-// "reqConfirm"'s Promise is settled through its resolve function, held by
-// reference. Unlike a deferred, that reference can be let go when the SDK
-// drops a request unanswered: the Promise then stays pending as it must, but
-// it and everything awaiting it become collectable.
-class ConfirmAnswer final : public JsTask {
- public:
-  // With no answer the task only lets go of the resolve function.
-  ConfirmAnswer(napi_ref resolve, std::unique_ptr<std::string> json)
-      : resolve_(resolve), json_(std::move(json)) {}
-  // Not run (the environment is ending): the environment frees the reference.
-  void Run(Napi::Env env, Napi::Function) override {
-    if (json_) {
-      Napi::Object answer = Napi::Object::New(env);
-      answer.Set("responseJson", *json_);
-      napi_value resolve = nullptr;
-      if (napi_get_reference_value(env, resolve_, &resolve) == napi_ok && resolve) {
-        Napi::Function(env, resolve).Call({answer});
-      }
-    }
-    napi_delete_reference(env, resolve_);
-  }
+}  // namespace
 
- private:
-  napi_ref resolve_;
-  std::unique_ptr<std::string> json_;
+// What a confirmation answer becomes once copied off the SDK thread.
+template <>
+struct Captured<ConfirmResult> {
+  using Type = std::string;
+  static std::string Copy(ConfirmResult result) {
+    return result.responseJson ? result.responseJson : "";
+  }
 };
 
-class ConfirmResultCallback final : public CallbackItf<ConfirmResult> {
- public:
-  ConfirmResultCallback(napi_ref resolve, std::shared_ptr<JsChannel> channel)
-      : resolve_(resolve), channel_(std::move(channel)) {}
-  ~ConfirmResultCallback() override {
-    napi_ref unanswered = resolve_.exchange(nullptr);
-    if (unanswered) channel_->Post(std::make_unique<ConfirmAnswer>(unanswered, nullptr));
-    channel_->Release();
-  }
+namespace {
 
-  void OnResult(ConfirmResult result) override {
-    napi_ref resolve = resolve_.exchange(nullptr);
-    if (!resolve) return;  // answered already
-    channel_->Post(std::make_unique<ConfirmAnswer>(
-        resolve, std::make_unique<std::string>(result.responseJson ? result.responseJson : "")));
-    channel_->Release();
+// "reqConfirm"'s Promise is settled through its resolve function, held by
+// reference. Unlike a Deferred, that reference can be let go when the SDK
+// drops a request unanswered: the Promise then stays pending as it must, but
+// it and everything awaiting it become collectable. A reference never let go
+// on the JavaScript thread goes with its environment.
+struct ConfirmAnswer {
+  using Handle = napi_ref;
+  static void Resolve(Napi::Env env, Handle& resolve, const std::string& json) {
+    Napi::Object answer = Napi::Object::New(env);
+    answer.Set("responseJson", json);
+    napi_value function = nullptr;
+    if (napi_get_reference_value(env, resolve, &function) == napi_ok && function) {
+      Napi::Function(env, function).Call({answer});
+    }
+    napi_delete_reference(env, resolve);
   }
-
- private:
-  std::atomic<napi_ref> resolve_;
-  std::shared_ptr<JsChannel> channel_;
+  static void Reject(Napi::Env env, Handle& resolve, const DeliveryError&) {
+    napi_delete_reference(env, resolve);
+  }
 };
 
 Napi::Value ReqConfirm(const Napi::CallbackInfo& info) {
@@ -162,8 +147,8 @@ Napi::Value ReqConfirm(const Napi::CallbackInfo& info) {
     NAPI_THROW_IF_FAILED_VOID(call.Env(), napi_create_reference(call.Env(), call[0], 1, &resolve));
   });
   Napi::Value promise = AddonState::Get(env).PromiseConstructor().New({executor});
-  SharedPtr<CallbackItf<ConfirmResult>> callback(
-      new ConfirmResultCallback(resolve, JsChannel::Create(env, "ConfirmCallback")));
+  SharedPtr<CallbackItf<ConfirmResult>> callback(new PromiseCallback<ConfirmResult, ConfirmAnswer>(
+      resolve, AddonState::Get(env).ResultChannel(env, "ConfirmCallback")));
   requester.RequestConfirm(actionType, title.c_str(), content.c_str(), callback);
   return promise;
 }

@@ -52,8 +52,8 @@ class OmbrixClient::ToolServiceEvent final : public JsTask {
 namespace {
 
 // The Fernwick workspace: a path resolves, an empty or null one rejects.
-struct WorkspacePath {
-  static void Settle(Napi::Env env, Napi::Promise::Deferred& deferred, const std::string& path) {
+struct WorkspacePath : ResolveWithResult {
+  static void Resolve(Napi::Env env, Handle& deferred, const std::string& path) {
     if (path.empty()) {
       deferred.Reject(
           CodedError(env, code::kUnavailable, "Fernwick workspace not available").Value());

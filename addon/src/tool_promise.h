@@ -51,37 +51,53 @@ struct DeliveryError {
   std::string text;
 };
 
-// How a delivered result settles its Promise: by default it resolves with
-// the result's JavaScript form. Requests with other rules bring their own.
+// How a call's Promise is settled, on the JavaScript thread. By default
+// through its Deferred: a result resolves it in its JavaScript form, a
+// delivery error rejects it with a coded Error. Requests with other rules
+// bring their own `Handle` and steps.
 struct ResolveWithResult {
+  using Handle = Napi::Promise::Deferred;
   template <class R>
-  static void Settle(Napi::Env env, Napi::Promise::Deferred& deferred, const R& result) {
+  static void Resolve(Napi::Env env, Handle& deferred, const R& result) {
     deferred.Resolve(ToJs(env, result));
   }
+  static void Reject(Napi::Env env, Handle& deferred, const DeliveryError& error) {
+    deferred.Reject(CodedError(env, error.code, error.text).Value());
+  }
+  // The call threw as it started and its caller saw that: nobody holds the
+  // Promise, which is resolved quietly only so that Node frees the Deferred.
+  static void Abandon(Handle& deferred) { deferred.Resolve(deferred.Env().Undefined()); }
 };
 
 // The heap record that crosses to the JavaScript thread.
 template <class R, class Settle = ResolveWithResult>
 class ResultDelivery final : public JsTask {
  public:
-  ResultDelivery(JsChannel* channel, Napi::Promise::Deferred deferred, R result)
-      : channel_(channel), deferred_(deferred), result_(std::move(result)), hasResult_(true) {}
-  ResultDelivery(JsChannel* channel, Napi::Promise::Deferred deferred, DeliveryError error)
-      : channel_(channel), deferred_(deferred), error_(std::move(error)), hasResult_(false) {}
+  using Handle = typename Settle::Handle;
+  ResultDelivery(JsChannel* channel, Handle handle, R result)
+      : channel_(channel),
+        handle_(std::move(handle)),
+        result_(std::move(result)),
+        hasResult_(true) {}
+  ResultDelivery(JsChannel* channel, Handle handle, DeliveryError error)
+      : channel_(channel),
+        handle_(std::move(handle)),
+        error_(std::move(error)),
+        hasResult_(false) {}
 
   // Run only by the channel it names, which is alive meanwhile.
   void Run(Napi::Env env, Napi::Function) override {
     channel_->Unhold();
     if (hasResult_) {
-      Settle::Settle(env, deferred_, result_);
+      Settle::Resolve(env, handle_, result_);
     } else {
-      deferred_.Reject(CodedError(env, error_.code, error_.text).Value());
+      Settle::Reject(env, handle_, error_);
     }
   }
 
  private:
   JsChannel* channel_;
-  Napi::Promise::Deferred deferred_;
+  Handle handle_;
   R result_{};
   DeliveryError error_{};
   bool hasResult_;
@@ -92,12 +108,16 @@ class PromiseCallback final : public sdk::CallbackItf<Arg> {
  public:
   using Result = typename Captured<Arg>::Type;
 
+  using Handle = typename Settle::Handle;
+
   // JavaScript thread. `unanswered` is how the Promise rejects when the SDK
   // lets go of the callback without invoking it.
-  PromiseCallback(Napi::Promise::Deferred deferred, std::shared_ptr<JsChannel> channel,
+  PromiseCallback(Handle handle, std::shared_ptr<JsChannel> channel,
                   DeliveryError unanswered = {code::kNoResult,
                                               "The SDK dropped the operation without a result"})
-      : deferred_(deferred), channel_(std::move(channel)), unanswered_(std::move(unanswered)) {
+      : handle_(std::move(handle)),
+        channel_(std::move(channel)),
+        unanswered_(std::move(unanswered)) {
     channel_->Hold();
   }
 
@@ -106,19 +126,21 @@ class PromiseCallback final : public sdk::CallbackItf<Arg> {
   ~PromiseCallback() override { Reject(unanswered_.code, std::move(unanswered_.text)); }
 
   void OnResult(Arg result) override {
-    Deliver(std::make_unique<ResultDelivery<Result, Settle>>(channel_.get(), deferred_,
+    Deliver(std::make_unique<ResultDelivery<Result, Settle>>(channel_.get(), handle_,
                                                              Captured<Arg>::Copy(result)));
   }
 
   void Reject(const char* code, std::string message) {
     Deliver(std::make_unique<ResultDelivery<Result, Settle>>(
-        channel_.get(), deferred_, DeliveryError{code, std::move(message)}));
+        channel_.get(), handle_, DeliveryError{code, std::move(message)}));
   }
 
   // JavaScript thread. The call threw instead of starting: its caller sees
   // that error, so the Promise nobody holds must not reject too.
   void Abandon() {
-    if (!delivered_.exchange(true)) channel_->Unhold();
+    if (delivered_.exchange(true)) return;
+    channel_->Unhold();
+    Settle::Abandon(handle_);
   }
 
  private:
@@ -128,7 +150,7 @@ class PromiseCallback final : public sdk::CallbackItf<Arg> {
     channel_->Post(std::move(delivery));
   }
 
-  Napi::Promise::Deferred deferred_;
+  Handle handle_;
   std::shared_ptr<JsChannel> channel_;
   DeliveryError unanswered_;
   std::atomic<bool> delivered_{false};
