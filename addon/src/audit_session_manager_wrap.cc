@@ -11,7 +11,7 @@ namespace ombrix_addon {
 
 using namespace quelt::ombrix;
 
-const BridgeRules kAuditRules{true, false, nullptr, AuditWarn};
+const BridgeRules kAuditRules = BridgeRules().NotFoundForNonFunction().WarnWith(AuditWarn);
 
 void AuditLog(LogLevel level, const char* function, int32_t line, const std::string& message) {
   ModuleLog(level, "JSAuditWrap", "addon/src/audit_session_manager_wrap", line, function, message);

@@ -10,7 +10,8 @@ namespace {
 
 // The application need not implement the method, nor answer with a Promise;
 // whatever a Promise fulfils with is success.
-const BridgeRules kFernwickRules{false, true, "request abandoned", nullptr};
+const BridgeRules kFernwickRules =
+    BridgeRules().MissingMethodSucceeds().AnswerAbandonedWith("request abandoned");
 
 Outcome<OperationResult> AnySuccess(Napi::Env, Napi::Value) { return Success<OperationResult>(); }
 

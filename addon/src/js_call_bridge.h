@@ -85,6 +85,7 @@ struct BridgeRules {
     return rules;
   }
 
+  // Read by the bridge; set through the named rules above.
   bool singleMethodCheck = false;
   bool lenientMethod = false;
   const char* abandonedMessage = nullptr;

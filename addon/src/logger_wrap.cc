@@ -15,7 +15,11 @@ namespace logger = quelt::ombrix::logger;
 
 namespace {
 
-constexpr int32_t kDefaultLevel = 2;  // INFO
+constexpr int32_t kDefaultLevel = static_cast<int32_t>(LogLevel::kInfo);
+constexpr int32_t kLowestLevel = static_cast<int32_t>(LogLevel::kTrace);
+constexpr int32_t kHighestLevel = static_cast<int32_t>(LogLevel::kFatal);
+
+bool IsLevel(int32_t level) { return level >= kLowestLevel && level <= kHighestLevel; }
 
 // One queued line; strings are owned, null pointers became "".
 class LogLine final : public JsTask {
@@ -93,7 +97,7 @@ LoggerSlot& Slot() {
 
 const char* LogLevelName(int32_t level) {
   static const char* const kNames[] = {"TRACE", "DEBUG", "INFO", "WARNING", "ERROR", "FATAL"};
-  return level >= 0 && level <= 5 ? kNames[level] : "UNKNOWN";
+  return IsLevel(level) ? kNames[level] : "UNKNOWN";
 }
 
 class JSLogger::Inside {
@@ -159,7 +163,7 @@ Napi::Value SetLogger(const Napi::CallbackInfo& info) {
   int32_t level = kDefaultLevel;
   if (info.Length() >= 2 && info[1].IsNumber()) {
     int32_t requested = info[1].As<Napi::Number>().Int32Value();
-    level = requested >= 0 && requested <= 5 ? requested : kDefaultLevel;
+    level = IsLevel(requested) ? requested : kDefaultLevel;
   }
 
   try {

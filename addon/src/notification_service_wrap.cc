@@ -14,7 +14,7 @@ using namespace quelt::ombrix;
 
 namespace {
 
-const BridgeRules kNotificationRules{true, false, nullptr, nullptr};
+const BridgeRules kNotificationRules = BridgeRules().NotFoundForNonFunction();
 
 // An object without a "code" is success for this service.
 const CodeRule kRule = CodeRule::kNumberElseSuccess;
