@@ -48,7 +48,7 @@ struct Captured<const char*> {
 // type of its own, so that string results stay distinct from it.
 struct DeliveryError {
   const char* code;
-  std::string text;
+  const char* text;  // a literal
 };
 
 // How a call's Promise is settled, on the JavaScript thread. By default
@@ -123,32 +123,31 @@ class PromiseCallback final : public sdk::CallbackItf<Arg> {
 
   // An SDK that drops the callback unanswered would otherwise leave the
   // Promise pending and its channel holding the event loop for ever.
-  ~PromiseCallback() override { Reject(unanswered_.code, std::move(unanswered_.text)); }
+  ~PromiseCallback() override { Reject(unanswered_.code, unanswered_.text); }
 
   void OnResult(Arg result) override {
-    Deliver(std::make_unique<ResultDelivery<Result, Settle>>(channel_.get(), handle_,
-                                                             Captured<Arg>::Copy(result)));
+    if (!Claim()) return;
+    channel_->Post(std::make_unique<ResultDelivery<Result, Settle>>(channel_.get(), handle_,
+                                                                    Captured<Arg>::Copy(result)));
   }
 
-  void Reject(const char* code, std::string message) {
-    Deliver(std::make_unique<ResultDelivery<Result, Settle>>(
-        channel_.get(), handle_, DeliveryError{code, std::move(message)}));
+  void Reject(const char* code, const char* message) {
+    if (!Claim()) return;
+    channel_->Post(std::make_unique<ResultDelivery<Result, Settle>>(channel_.get(), handle_,
+                                                                    DeliveryError{code, message}));
   }
 
   // JavaScript thread. The call threw instead of starting: its caller sees
   // that error, so the Promise nobody holds must not reject too.
   void Abandon() {
-    if (delivered_.exchange(true)) return;
+    if (!Claim()) return;
     channel_->Unhold();
     Settle::Abandon(handle_);
   }
 
  private:
-  // At most once, whatever the SDK does.
-  void Deliver(std::unique_ptr<JsTask> delivery) {
-    if (delivered_.exchange(true)) return;
-    channel_->Post(std::move(delivery));
-  }
+  // True for the first delivery only, whatever the SDK does.
+  bool Claim() { return !delivered_.exchange(true); }
 
   Handle handle_;
   std::shared_ptr<JsChannel> channel_;
