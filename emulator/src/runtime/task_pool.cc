@@ -11,9 +11,7 @@
 #include "runtime/log.h"
 #include "runtime/worker_thread.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 // A thread with nothing to do sleeps on its own condition variable until a
 // poster claims it. A post wakes a sleeper only when no thread is awake to
@@ -109,6 +107,4 @@ void TaskPool::State::Work(int index) {
   }
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

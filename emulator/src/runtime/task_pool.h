@@ -15,9 +15,7 @@
 
 #include <functional>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class TaskPool {
  public:
@@ -34,6 +32,4 @@ class TaskPool {
   State* state_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

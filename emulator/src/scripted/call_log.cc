@@ -5,9 +5,7 @@
 #include "runtime/task_pool.h"
 #include "runtime/worker_thread.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 CallLog& CallLog::Shared() {
   static CallLog* log = new CallLog;
@@ -95,6 +93,4 @@ void CallLog::SetAutoComplete(const std::string& op, const Json& record) {
   }
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

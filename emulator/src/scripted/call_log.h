@@ -12,9 +12,7 @@
 
 #include "support/json.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class CallLog {
  public:
@@ -57,6 +55,4 @@ class CallLog {
   std::map<std::string, std::shared_ptr<const Json>> autoComplete_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -8,9 +8,7 @@
 #include "hostile/hostile.h"
 #include "runtime/log.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 namespace {
 struct Faults {
@@ -54,6 +52,4 @@ bool ApplyFault(const std::string& site) {
   return false;
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

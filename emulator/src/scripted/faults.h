@@ -3,9 +3,7 @@
 
 #include <string>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 enum class Fault { kNone, kEmpty, kThrow };
 
@@ -18,6 +16,4 @@ Fault TakeFault(const std::string& site);
 // with hostile mode's throw habit.
 bool ApplyFault(const std::string& site);
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -12,9 +12,7 @@
 #include "runtime/worker_thread.h"
 #include "tools/operation.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 namespace {
 
@@ -165,6 +163,4 @@ void EmitAccountTokenUpdated(bool mcp, const std::string& token) {
   for (auto& observer : live) observer->Notify(mcp, token);
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

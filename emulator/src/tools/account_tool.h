@@ -8,9 +8,7 @@
 #include "ombrix/account.h"
 #include "tools/mode.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class AccountTool final : public AccountToolItf {
  public:
@@ -41,6 +39,4 @@ class AccountTool final : public AccountToolItf {
   std::shared_ptr<Observer> observer_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

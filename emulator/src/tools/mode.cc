@@ -4,9 +4,7 @@
 #include <mutex>
 #include <unordered_map>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 namespace {
 std::atomic<Mode> g_defaultMode{Mode::kLoopback};
@@ -47,6 +45,4 @@ bool ToolClientGone(const void* tool) noexcept {
   return found != tools.clients.end() && found->second.expired();
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

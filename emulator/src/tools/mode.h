@@ -3,9 +3,7 @@
 
 #include <memory>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 enum class Mode { kLoopback, kScripted };
 
@@ -42,6 +40,4 @@ class ToolRegistration {
 // True for a listed tool whose client is gone.
 bool ToolClientGone(const void* tool) noexcept;
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

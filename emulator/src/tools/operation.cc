@@ -2,9 +2,7 @@
 
 #include <chrono>
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 void Handover::Finish(std::function<void()> deliver) {
   std::unique_lock<std::mutex> lock(mutex_);
@@ -35,6 +33,4 @@ void Handover::DeliverHere() {
   deliver();
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -24,9 +24,7 @@
 #include "support/record_json.h"
 #include "tools/mode.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 // Turns a scripted completion record into the callback's argument.
 template <class Arg>
@@ -177,6 +175,4 @@ SharedPtr<OperationHandleItf> Perform(const ToolContext& context, const char* op
   return SharedPtr<OperationHandleItf>(new OperationHandle(op, cancel, 0, std::move(handover)));
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

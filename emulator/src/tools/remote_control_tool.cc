@@ -7,9 +7,7 @@
 #include "support/text.h"
 #include "tools/operation.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 namespace {
 
@@ -66,6 +64,4 @@ void RemoteControlTool::GetDeviceLockScreenStatus(
 
 void SetScreenLocked(bool locked) { g_screenLocked.store(locked); }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -10,9 +10,7 @@
 #include "ombrix/remote_control.h"
 #include "tools/mode.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class RemoteControlTool final : public RemoteControlToolItf {
  public:
@@ -41,6 +39,4 @@ class RemoteControlTool final : public RemoteControlToolItf {
   std::shared_ptr<loopback::ControlSessions> sessions_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -6,9 +6,7 @@
 #include "support/text.h"
 #include "tools/operation.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 void RemoteFileTool::ReadFile(const char* deviceId, const char* filePath, int32_t startLine,
                               int32_t endLine,
@@ -102,6 +100,4 @@ SharedPtr<OperationHandleItf> RemoteFileTool::ListDirectory(
       Work::kLong);
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

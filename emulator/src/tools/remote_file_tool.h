@@ -4,9 +4,7 @@
 #include "ombrix/remote_file.h"
 #include "tools/mode.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class RemoteFileTool final : public RemoteFileToolItf {
  public:
@@ -36,6 +34,4 @@ class RemoteFileTool final : public RemoteFileToolItf {
   ToolRegistration registration_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -14,9 +14,7 @@
 #include "support/text.h"
 #include "tools/operation.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 namespace {
 
@@ -155,6 +153,4 @@ int CancelTransfers() {
   return static_cast<int>(tickets.live.size());
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

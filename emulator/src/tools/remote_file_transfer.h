@@ -5,9 +5,7 @@
 #include "ombrix/remote_control.h"
 #include "tools/mode.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class RemoteFileTransfer final : public RemoteFileTransferItf {
  public:
@@ -28,6 +26,4 @@ class RemoteFileTransfer final : public RemoteFileTransferItf {
   ToolRegistration registration_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

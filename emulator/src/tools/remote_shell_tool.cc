@@ -4,9 +4,7 @@
 #include "support/text.h"
 #include "tools/operation.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 SharedPtr<OperationHandleItf> RemoteShellTool::ExecuteShell(
     const char* deviceId, const char* command, const char* workingDir,
@@ -20,6 +18,4 @@ SharedPtr<OperationHandleItf> RemoteShellTool::ExecuteShell(
       Work::kLong);
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

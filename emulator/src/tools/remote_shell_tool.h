@@ -4,9 +4,7 @@
 #include "ombrix/shell.h"
 #include "tools/mode.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class RemoteShellTool final : public RemoteShellToolItf {
  public:
@@ -22,6 +20,4 @@ class RemoteShellTool final : public RemoteShellToolItf {
   ToolRegistration registration_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -8,9 +8,7 @@
 #include "support/text.h"
 #include "tools/operation.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 namespace {
 
@@ -106,6 +104,4 @@ SharedPtr<OperationHandleItf> ToolService::CallTool(
       [=](const loopback::CancelFlag& cancel) { return RunTool(name, args, cancel); }, Work::kLong);
 }
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu

@@ -7,9 +7,7 @@
 #include "ombrix/shell.h"
 #include "tools/mode.h"
 
-namespace quelt {
-namespace ombrix {
-namespace emu {
+namespace quelt::ombrix::emu {
 
 class ToolService final : public ToolServiceItf {
  public:
@@ -29,6 +27,4 @@ class ToolService final : public ToolServiceItf {
   std::string name_;
 };
 
-}  // namespace emu
-}  // namespace ombrix
-}  // namespace quelt
+}  // namespace quelt::ombrix::emu
