@@ -20,17 +20,21 @@ const workerSource = `
   const { parentPort } = require('worker_threads');
   let busy = 0;
   const ready = () => { if (++busy === 2) parentPort.postMessage(drives); };
+  // Held, so that the calls stay pending: a Promise nobody can reach any more
+  // releases its call when it is collected.
+  const held = [];
+  const never = () => { const promise = new Promise(() => {}); held.push(promise); return promise; };
   const chatSession = {
     sendChat(content, stream) {
       ready();
       (function more(i) { stream.onChunk({ type: 1, content: String(i) }); setImmediate(more, i + 1); })(0);
-      return new Promise(() => {});
+      return never();
     },
   };
-  const auditSession = { start() { ready(); return new Promise(() => {}); } };
+  const auditSession = { start() { ready(); return never(); } };
   globalThis.client = ombrix.createOmbrixClient({ serverName: 'worker' },
     { createSession: async () => ({ code: 0, session: chatSession }) },
-    { getNotifications: () => new Promise(() => {}) });
+    { getNotifications: never });
   client.setAuditManager({ createSession: async () => ({ session: auditSession }) });
   let drives;
   Promise.all([emu.chat.createSession(0), emu.audit.createSession()]).then(([chat, audit]) => {

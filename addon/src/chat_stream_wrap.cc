@@ -35,7 +35,7 @@ Napi::Value MakeExternal(Napi::Env env, SharedPtr<Itf> target, const napi_type_t
 template <class Itf>
 Itf& Held(const Napi::CallbackInfo& info, const char* key, const napi_type_tag& tag) {
   if (info.This().IsObject()) {
-    Napi::Value value = info.This().As<Napi::Object>().Get(key);
+    Napi::Value value = GetByKey(info.This().As<Napi::Object>(), key);
     if (value.IsExternal() && value.As<Napi::Object>().CheckTypeTag(&tag)) {
       SharedPtr<Itf>* held = value.As<Napi::External<SharedPtr<Itf>>>().Data();
       if (held && *held) return *held->get();

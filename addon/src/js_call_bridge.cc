@@ -5,6 +5,7 @@
 #include "addon_state.h"
 #include "errors.h"
 #include "module_log.h"
+#include "owned_external.h"
 
 namespace ombrix_addon {
 
@@ -103,8 +104,10 @@ void PendingJsCallBase::Run(Napi::Env env) {
   // Both handlers share the cell; whichever runs delivers, and the call is
   // released when the cell is collected with the handlers.
   AddonState& state = AddonState::Get(env);
-  Napi::External<CallCell> cell = Napi::External<CallCell>::New(
-      env, new CallCell(shared_from_this()), [](Napi::Env, CallCell* owned) { delete owned; });
+  // Owned through the environment too: a finalizer still queued when a worker
+  // ends may never run, and the call would keep its SDK callback for ever.
+  Napi::External<CallCell> cell =
+      OwnedExternal(env, std::make_unique<CallCell>(shared_from_this()));
   state.Relay(env).Call({result, cell, state.SharedFunction(env, "settleJsCall", SettleJsCall)});
 }
 

@@ -14,45 +14,38 @@
 namespace quelt::ombrix::emu {
 
 // A thread with nothing to do sleeps on its own condition variable until a
-// poster claims it. A post wakes a sleeper only when no thread is awake to
-// take the task: a thread looks for more work before it sleeps, so a burst of
-// posts costs one wake-up, not one per task (a system call for the poster and
-// a context switch for the machine). Only the quick pool works this way: its
-// tasks never wait, so an awake thread is always about to come back for more;
-// the other pools' tasks may run long, and a task behind one must not wait.
+// poster claims it: each task wakes at most one sleeper, and a burst of
+// posts while the threads are busy wakes none.
 struct Sleeper {
   std::condition_variable wake;
   bool claimed = false;
 };
 
 struct TaskPool::State {
-  State(std::string name, int maxThreads, bool wakeOnlyWhenIdle)
-      : name(std::move(name)), maxThreads(maxThreads), wakeOnlyWhenIdle(wakeOnlyWhenIdle) {}
+  State(std::string name, int maxThreads) : name(std::move(name)), maxThreads(maxThreads) {}
   void Work(int index);
 
   const std::string name;
   const int maxThreads;
-  const bool wakeOnlyWhenIdle;
   std::mutex mutex;
   std::deque<std::function<void()>> tasks;
   std::vector<Sleeper*> sleepers;
   int threads = 0;
-  int awake = 0;  // threads not sleeping
 };
 
 TaskPool& TaskPool::Quick() {
-  static TaskPool* pool = new TaskPool(new State(
-      "ombrix-pool", std::max(2, static_cast<int>(std::thread::hardware_concurrency())), true));
+  static TaskPool* pool = new TaskPool(
+      new State("ombrix-pool", std::max(2, static_cast<int>(std::thread::hardware_concurrency()))));
   return *pool;
 }
 
 TaskPool& TaskPool::Blocking() {
-  static TaskPool* pool = new TaskPool(new State("ombrix-work", 32, false));
+  static TaskPool* pool = new TaskPool(new State("ombrix-work", 32));
   return *pool;
 }
 
 TaskPool& TaskPool::Hostile() {
-  static TaskPool* pool = new TaskPool(new State("ombrix-hostile", 8, false));
+  static TaskPool* pool = new TaskPool(new State("ombrix-hostile", 8));
   return *pool;
 }
 
@@ -63,16 +56,12 @@ void TaskPool::Post(std::function<void()> task) {
   {
     std::lock_guard<std::mutex> lock(state->mutex);
     state->tasks.push_back(std::move(task));
-    if (state->wakeOnlyWhenIdle && state->awake > 0) {
-      // an awake thread takes it before it sleeps
-    } else if (!state->sleepers.empty()) {
+    if (!state->sleepers.empty()) {
       sleeper = state->sleepers.back();
       state->sleepers.pop_back();
       sleeper->claimed = true;
-      ++state->awake;
     } else if (state->threads < state->maxThreads) {
       spawn = state->threads++;
-      ++state->awake;
     }
   }
   // Sleepers live as long as their threads, which never end.
@@ -87,7 +76,6 @@ void TaskPool::State::Work(int index) {
   for (;;) {
     if (tasks.empty()) {
       sleepers.push_back(&self);
-      --awake;
       self.wake.wait(lock, [&] { return self.claimed; });
       self.claimed = false;
       continue;  // another thread may have taken the task meanwhile
