@@ -19,21 +19,24 @@ AddonState::AddonState(Napi::Env env)
     : promise_(Napi::Persistent(env.Global().Get("Promise").As<Napi::Function>())),
       keys_(Napi::Persistent(Napi::Array::New(env).As<Napi::Object>())) {}
 
-Napi::Function AddonState::Relay(Napi::Env env) {
+Napi::Function AddonState::Relay(Napi::Env env, Napi::Function::Callback settle) {
   if (!relay_.IsEmpty()) return relay_.Value();
   // Plain closures cost far less than a native function each; the handlers
   // never throw, so the promise "then" returns never rejects.
   static const char kSource[] =
-      "(function relay(promise, cell, settle) {\n"
-      "  promise.then(function (value) { settle(cell, true, value); },\n"
-      "               function (reason) { settle(cell, false, reason); });\n"
+      "(function (settle) {\n"
+      "  return function relay(promise, cell) {\n"
+      "    promise.then(function (value) { settle(cell, true, value); },\n"
+      "                 function (reason) { settle(cell, false, reason); });\n"
+      "  };\n"
       "})";
   napi_value script = Napi::String::New(env, kSource);
-  napi_value result = nullptr;
-  NAPI_THROW_IF_FAILED(env, napi_run_script(env, script, &result), Napi::Function());
-  Napi::Function relay(env, result);
-  relay_ = Napi::Persistent(relay);
-  return relay;
+  napi_value factory = nullptr;
+  NAPI_THROW_IF_FAILED(env, napi_run_script(env, script, &factory), Napi::Function());
+  Napi::Value relay =
+      Napi::Function(env, factory).Call({SharedFunction(env, "settleJsCall", settle)});
+  relay_ = Napi::Persistent(relay.As<Napi::Function>());
+  return relay_.Value();
 }
 
 const std::shared_ptr<JsChannel>& AddonState::ResultChannel(Napi::Env env,

@@ -33,9 +33,10 @@ class AddonState {
   // does to the global.
   Napi::Function PromiseConstructor() const { return promise_.Value(); }
 
-  // relay(promise, cell, settle): settles through settle(cell, fulfilled,
-  // value) when the promise does, made once (js_call_bridge.cc).
-  Napi::Function Relay(Napi::Env env);
+  // relay(promise, cell): calls settle(cell, fulfilled, value) when the
+  // promise settles. Made once, around the first `settle` given
+  // (js_call_bridge.cc), so that a call passes nothing it could look up.
+  Napi::Function Relay(Napi::Env env, Napi::Function::Callback settle);
 
   // The channel every tool result of one kind (its resource name) crosses
   // on; it keeps the event loop alive while results are outstanding.

@@ -57,9 +57,9 @@ std::string ReasonMessage(Napi::Value reason) {
   return "Unknown error";
 }
 
-void ReportSdkCallbackThrew(const std::string& method, const char* what) {
+void ReportSdkCallbackThrew(const char* method, const char* what) {
   ModuleLog(sdk::LogLevel::kError, "JSCallBridge", "addon/src/js_call_bridge", __LINE__, "Deliver",
-            method + ": the SDK's result callback threw: " + what);
+            std::string(method) + ": the SDK's result callback threw: " + what);
 }
 
 uint32_t RequireNumber(Napi::Value value) {
@@ -73,19 +73,20 @@ void Enqueue(std::shared_ptr<PendingJsCallBase> call, JsTarget& target) {
 
 void PendingJsCallBase::Run(Napi::Env env) {
   Napi::Object object = target_->Object(env);
-  const std::string method = method_;
+  // Only failures are worded: a call that goes through builds no string.
+  auto named = [this](const char* what) { return std::string(method_) + what; };
   if (!HasByKey(object, method_)) {
     if (rules_.lenientMethod) return Succeed();
-    Warn(method + " method not found on JS object");
-    return Fail(method + " method not found");
+    Warn(named(" method not found on JS object"));
+    return Fail(named(" method not found"));
   }
   Napi::Value member = GetByKey(object, method_);
   if (!member.IsFunction()) {
     if (rules_.singleMethodCheck) {
-      Warn(method + " method not found on JS object");
-      return Fail(method + " method not found");
+      Warn(named(" method not found on JS object"));
+      return Fail(named(" method not found"));
     }
-    return Fail(method + " is not a function");
+    return Fail(named(" is not a function"));
   }
 
   Napi::Value result;
@@ -97,18 +98,17 @@ void PendingJsCallBase::Run(Napi::Env env) {
   }
   if (!result.IsPromise()) {
     if (rules_.lenientMethod) return Succeed();
-    Warn(method + " did not return a Promise");
-    return Fail(method + " did not return a Promise");
+    Warn(named(" did not return a Promise"));
+    return Fail(named(" did not return a Promise"));
   }
 
   // Both handlers share the cell; whichever runs delivers, and the call is
   // released when the cell is collected with the handlers.
-  AddonState& state = AddonState::Get(env);
   // Owned through the environment too: a finalizer still queued when a worker
   // ends may never run, and the call would keep its SDK callback for ever.
   Napi::External<CallCell> cell =
       OwnedExternal(env, std::make_unique<CallCell>(shared_from_this()));
-  state.Relay(env).Call({result, cell, state.SharedFunction(env, "settleJsCall", SettleJsCall)});
+  AddonState::Get(env).Relay(env, SettleJsCall).Call({result, cell});
 }
 
 void PendingJsCallBase::Settled(Napi::Env env, bool fulfilled, Napi::Value value) {

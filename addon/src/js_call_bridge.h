@@ -110,9 +110,9 @@ uint32_t RequireNumber(Napi::Value value);
 
 // Runs the SDK's callback. What it throws is the SDK's failure, not the
 // application's: it is logged through the SDK logger and goes no further.
-void ReportSdkCallbackThrew(const std::string& method, const char* what);
+void ReportSdkCallbackThrew(const char* method, const char* what);
 template <class Invoke>
-void GuardSdkCallback(const std::string& method, Invoke&& invoke) {
+void GuardSdkCallback(const char* method, Invoke&& invoke) {
   try {
     invoke();
   } catch (const std::exception& e) {
