@@ -54,12 +54,28 @@ function modulePath() {
   return found;
 }
 
+// Why a binary that exists did not load, and what to do about it. A process
+// that may not load addons at all needs a flag, not a rebuild.
+function advice(cause) {
+  const permission = Boolean(process.permission) || process.execArgv.some((arg) => /^--(experimental-)?permission$/.test(arg));
+  if (cause && cause.code === 'ERR_DLOPEN_DISABLED') {
+    return permission
+      ? 'Native addons are blocked by Node\'s permission model in this process: start node with --allow-addons ' +
+        '(beside --permission or --experimental-permission).'
+      : 'Native addons are disabled in this process (--no-addons): start node without it.';
+  }
+  if (cause && cause.code === 'ERR_ACCESS_DENIED') {
+    return 'Node\'s permission model denied it: start node with --allow-addons and with --allow-fs-read ' +
+      'covering this package.';
+  }
+  return `It was built for another platform, Node-API level or SDK library than this process has. ${REBUILD}`;
+}
+
 function load(file) {
   try {
     return require(file);
   } catch (cause) {
-    throw loadError(`${file} could not be loaded (${cause.message.split('\n')[0]}). ` +
-      `It was built for another platform, Node-API level or SDK library than this process has. ${REBUILD}`, cause);
+    throw loadError(`${file} could not be loaded (${cause.message.split('\n')[0]}). ${advice(cause)}`, cause);
   }
 }
 

@@ -6,7 +6,7 @@ const assert = require('node:assert/strict');
 
 const ombrix = require('..');
 const emu = require('../emulator/js');
-const { waitFor, unansweredDrive, collectAfterAll } = require('./helpers');
+const { waitFor, unansweredDrive, collectAfterAll, UNANSWERED } = require('./helpers');
 
 const sessions = [];
 function makeSession(id) {
@@ -123,7 +123,7 @@ test('a start "code" that is not a number never reaches the SDK: the handler thr
     globalThis.client = ombrix.createOmbrixClient({ serverName: 'nan' });
     client.setAuditManager({ createSession: async () => ({ session: { start: async () => ({ code: '0' }) } }) });
     emu.audit.createSession().then(({ session }) => { started = emu.audit.start(session.id); });
-  `), ['TypeError A number was expected', '"pending"']);
+  `), ['TypeError A number was expected', UNANSWERED]);
 });
 
 test('recording events reach the SDK observer; setting and clearing it is logged at DEBUG', async () => {

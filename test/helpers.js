@@ -140,6 +140,9 @@ async function unansweredDrive(source) {
   return stdout.trim().split('\n');
 }
 
+/** What a drive reports for an SDK callback let go without having been called. */
+const UNANSWERED = '{"dropped":true,"calls":0}';
+
 /** A test program (full path) that answers each line written to it with one line. Killed after the test. */
 async function lineChild(t, program, args = []) {
   const child = spawn(program, args, { stdio: ['pipe', 'pipe', 'inherit'] });
@@ -168,5 +171,5 @@ async function lineChild(t, program, args = []) {
 
 module.exports = {
   root, waitFor, runNode, nodeEnv, emu, scripted, substitute, settle, rejection, collectAfterAll, clientIn,
-  unansweredDrive, scratchDir, lineChild,
+  unansweredDrive, UNANSWERED, scratchDir, lineChild,
 };

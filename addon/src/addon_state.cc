@@ -17,7 +17,11 @@ AddonState& AddonState::Get(Napi::Env env) {
 
 AddonState::AddonState(Napi::Env env)
     : promise_(Napi::Persistent(env.Global().Get("Promise").As<Napi::Function>())),
-      keys_(Napi::Persistent(Napi::Array::New(env).As<Napi::Object>())) {}
+      keys_(Napi::Persistent(Napi::Array::New(env).As<Napi::Object>())) {
+  Napi::Value setImmediate = env.Global().Get("setImmediate");
+  if (setImmediate.IsFunction())
+    setImmediate_ = Napi::Persistent(setImmediate.As<Napi::Function>());
+}
 
 Napi::Function AddonState::Relay(Napi::Env env, Napi::Function::Callback settle) {
   if (!relay_.IsEmpty()) return relay_.Value();

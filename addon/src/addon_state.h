@@ -33,6 +33,12 @@ class AddonState {
   // does to the global.
   Napi::Function PromiseConstructor() const { return promise_.Value(); }
 
+  // setImmediate as it was when the module loaded; empty where the runtime
+  // has none.
+  Napi::Function SetImmediate() const {
+    return setImmediate_.IsEmpty() ? Napi::Function() : setImmediate_.Value();
+  }
+
   // relay(promise, cell): calls settle(cell, fulfilled, value) when the
   // promise settles. Made once, around the first `settle` given
   // (js_call_bridge.cc), so that a call passes nothing it could look up.
@@ -52,6 +58,7 @@ class AddonState {
   explicit AddonState(Napi::Env env);
 
   Napi::FunctionReference promise_;
+  Napi::FunctionReference setImmediate_;
   Napi::FunctionReference relay_;
   std::unordered_map<std::string, Napi::FunctionReference> constructors_;
   std::unordered_map<std::string, Napi::FunctionReference> functions_;

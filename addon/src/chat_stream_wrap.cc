@@ -117,21 +117,54 @@ namespace {
 // drops a request unanswered: the Promise then stays pending as it must, but
 // it and everything awaiting it become collectable. A reference never let go
 // on the JavaScript thread goes with its environment.
+//
+// The Promise constructor is the application's to replace, and a replacement
+// may run its executor late, more than once or never: the executor and the
+// answer meet in a cell, whichever comes first waits for the other.
+struct ConfirmCell {
+  napi_ref resolve = nullptr;
+  bool executed = false;
+  bool answered = false;
+  bool abandoned = false;
+  std::string answer;
+};
+
+// The reference goes first: a replaced constructor's resolve function may throw.
+void ResolveConfirm(Napi::Env env, ConfirmCell& cell) {
+  napi_value function = nullptr;
+  napi_get_reference_value(env, cell.resolve, &function);
+  napi_delete_reference(env, cell.resolve);
+  cell.resolve = nullptr;
+  if (function == nullptr) return;
+  Napi::Object answer = Napi::Object::New(env);
+  answer.Set("responseJson", cell.answer);
+  Napi::Function(env, function).Call({answer});
+}
+
 struct ConfirmAnswer {
-  using Handle = napi_ref;
-  static void Resolve(Napi::Env env, Handle& resolve, const std::string& json) {
-    Napi::Object answer = Napi::Object::New(env);
-    answer.Set("responseJson", json);
-    napi_value function = nullptr;
-    if (napi_get_reference_value(env, resolve, &function) == napi_ok && function) {
-      Napi::Function(env, function).Call({answer});
-    }
-    napi_delete_reference(env, resolve);
+  using Handle = std::shared_ptr<ConfirmCell>;
+  static void Resolve(Napi::Env env, Handle& cell, const std::string& json) {
+    cell->answered = true;
+    cell->answer = json;
+    if (cell->resolve) ResolveConfirm(env, *cell);
   }
-  static void Reject(Napi::Env env, Handle& resolve, const DeliveryError&) {
-    napi_delete_reference(env, resolve);
+  static void Reject(Napi::Env env, Handle& cell, const DeliveryError&) {
+    cell->abandoned = true;
+    if (cell->resolve) napi_delete_reference(env, cell->resolve);
+    cell->resolve = nullptr;
   }
 };
+
+// The executor, on whatever turn the constructor runs it.
+void ConfirmExecutor(const Napi::CallbackInfo& info, ConfirmCell& cell) {
+  if (cell.executed || cell.abandoned || info.Length() < 1 || !info[0].IsFunction()) {
+    return;
+  }
+  cell.executed = true;
+  NAPI_THROW_IF_FAILED_VOID(info.Env(),
+                            napi_create_reference(info.Env(), info[0], 1, &cell.resolve));
+  if (cell.answered) ResolveConfirm(info.Env(), cell);
+}
 
 Napi::Value ReqConfirm(const Napi::CallbackInfo& info) {
   ConfirmCallbackItf& requester = Held<ConfirmCallbackItf>(info, "__confirm_ptr__", kConfirmTag);
@@ -142,13 +175,12 @@ Napi::Value ReqConfirm(const Napi::CallbackInfo& info) {
   auto actionType = static_cast<ConfirmActionType>(info[0].As<Napi::Number>().Int32Value());
   std::string title = info[1].As<Napi::String>().Utf8Value();
   std::string content = info[2].As<Napi::String>().Utf8Value();
-  napi_ref resolve = nullptr;
-  Napi::Function executor = Napi::Function::New(env, [&resolve](const Napi::CallbackInfo& call) {
-    NAPI_THROW_IF_FAILED_VOID(call.Env(), napi_create_reference(call.Env(), call[0], 1, &resolve));
-  });
+  auto cell = std::make_shared<ConfirmCell>();
+  Napi::Function executor = Napi::Function::New(
+      env, [cell](const Napi::CallbackInfo& call) { ConfirmExecutor(call, *cell); });
   Napi::Value promise = AddonState::Get(env).PromiseConstructor().New({executor});
   SharedPtr<CallbackItf<ConfirmResult>> callback(new PromiseCallback<ConfirmResult, ConfirmAnswer>(
-      resolve, AddonState::Get(env).ResultChannel(env, "ConfirmCallback")));
+      cell, AddonState::Get(env).ResultChannel(env, "ConfirmCallback")));
   requester.RequestConfirm(actionType, title.c_str(), content.c_str(), callback);
   return promise;
 }

@@ -35,7 +35,10 @@ Napi::Value SettleJsCall(const Napi::CallbackInfo& info) {
   if (info.Length() < 3 || !info[0].IsExternal()) return env.Undefined();
   CallCell* cell = info[0].As<Napi::External<CallCell>>().Data();
   if (!cell || !*cell) return env.Undefined();
-  CallCell call = *cell;  // the cell keeps it until the handlers are collected
+  // A promise settles once: the call is let go now rather than when the
+  // handlers are collected, which may be never in a process with nothing
+  // left to do, and the call holds its adapter's channel, which holds the loop.
+  CallCell call = std::move(*cell);
   call->Settled(env, info[1].ToBoolean().Value(), info[2]);
   return env.Undefined();
 }
@@ -72,6 +75,22 @@ void Enqueue(std::shared_ptr<PendingJsCallBase> call, JsTarget& target) {
 }
 
 void PendingJsCallBase::Run(Napi::Env env) {
+  // The application's code runs at every step: the method's lookup (a getter,
+  // a Proxy trap), the method, and the returned Promise's "then" (a subclass,
+  // an own property, a patched prototype). Whichever throws, the SDK is
+  // answered as for a throwing method; an answer already given stands.
+  try {
+    Call(env);
+  } catch (const Napi::Error& error) {
+    Fail(ReasonMessage(error.Value()));
+    // Handlers a throwing "then" left attached may own the call until they
+    // are collected; answered, it needs its adapter no more, and must not
+    // keep it (and the event loop) until then.
+    target_.reset();
+  }
+}
+
+void PendingJsCallBase::Call(Napi::Env env) {
   Napi::Object object = target_->Object(env);
   // Only failures are worded: a call that goes through builds no string.
   auto named = [this](const char* what) { return std::string(method_) + what; };
@@ -89,13 +108,8 @@ void PendingJsCallBase::Run(Napi::Env env) {
     return Fail(named(" is not a function"));
   }
 
-  Napi::Value result;
-  try {
-    std::vector<napi_value> arguments = Arguments(env);
-    result = member.As<Napi::Function>().Call(object, arguments);
-  } catch (const Napi::Error& error) {
-    return Fail(ReasonMessage(error.Value()));
-  }
+  std::vector<napi_value> arguments = Arguments(env);
+  Napi::Value result = member.As<Napi::Function>().Call(object, arguments);
   if (!result.IsPromise()) {
     if (rules_.lenientMethod) return Succeed();
     Warn(named(" did not return a Promise"));

@@ -3,15 +3,16 @@
 // method is called and must return a Promise, whose outcome becomes the SDK
 // result record, delivered through the SDK's callback on the JavaScript thread.
 //
-// Delivery is at most once. A synchronous throw from the method is delivered
-// like a rejection (code 8 with the thrown error's message). A service's
+// Delivery is at most once. A synchronous throw from the method, from its
+// lookup or from the returned Promise's "then" is delivered like a rejection
+// (code 8 with the thrown error's message). A service's
 // rejection is an answer, not an error of the application's: it is not
 // re-raised as an unhandled rejection (which would end the process), while an
 // exception thrown by the module's own fulfilment handler still is. A Promise that
 // never settles delivers nothing; its handlers own the call, so the call (and
 // the SDK callback it holds) is released when they are garbage-collected or
-// the environment ends. The handlers are made by one small JavaScript relay
-// per environment around a cell that owns the call: one object with a
+// the environment ends. A settled one lets go of the call at once. The handlers are made by one
+// small JavaScript relay per environment around a cell that owns the call: one object with a
 // finalizer per call, and plain closures, instead of two native functions. Adapters that must
 // always answer set `abandonedMessage`, delivered when an unanswered call is released.
 #pragma once
@@ -145,6 +146,7 @@ class PendingJsCallBase : public std::enable_shared_from_this<PendingJsCallBase>
   BridgeRules rules_;
 
  private:
+  void Call(Napi::Env env);
   void Warn(const std::string& text) const {
     if (rules_.warn) rules_.warn(text);
   }

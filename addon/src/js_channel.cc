@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <exception>
 
+#include "addon_state.h"
 #include "errors.h"
 
 namespace ombrix_addon {
@@ -41,6 +42,7 @@ std::shared_ptr<JsChannel> JsChannel::Create(Napi::Env env, const char* resource
       context->open_ = false;
     }
     context->finalized_ = true;
+    context->nextTurn_.Reset();
     context->TakeQueued(SIZE_MAX);  // destroyed unrun
     if (context->onClosed_) {
       try {
@@ -89,7 +91,17 @@ void JsChannel::Abort() { Close(napi_tsfn_abort); }
 
 void JsChannel::Close(napi_threadsafe_function_release_mode mode) {
   std::lock_guard<std::mutex> lock(mutex_);
-  if (!open_) return;
+  if (mode == napi_tsfn_abort && releaseWhenEmpty_) {
+    releaseWhenEmpty_ = false;
+  } else if (!open_) {
+    return;
+  } else if (mode == napi_tsfn_release && signalled_) {
+    // Node would finalize the function, dropping what is queued, once no
+    // signal is in its queue: between two turns.
+    open_ = false;
+    releaseWhenEmpty_ = true;
+    return;
+  }
   open_ = false;
   napi_release_threadsafe_function(tsfn_, mode);
 }
@@ -105,16 +117,59 @@ void JsChannel::Unhold() {
 std::vector<std::unique_ptr<JsTask>> JsChannel::TakeQueued(size_t limit) {
   std::vector<std::unique_ptr<JsTask>> taken;
   std::lock_guard<std::mutex> lock(mutex_);
-  // A released channel cannot signal again: what it holds goes now.
-  const size_t count = open_ ? std::min(limit, queue_.size()) : queue_.size();
+  const size_t count = std::min(limit, queue_.size());
   taken.reserve(count);
   for (size_t i = 0; i < count; ++i) {
     taken.push_back(std::move(queue_.front()));
     queue_.pop_front();
   }
-  // What is left gets a turn of its own, after the event loop has had one.
-  signalled_ = !queue_.empty() && open_ && tsfn_.BlockingCall(kSignal) == napi_ok;
   return taken;
+}
+
+void JsChannel::EndTurn(Napi::Env env) {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (!queue_.empty()) {
+      // Still signalled: posts keep queueing behind what is left.
+    } else {
+      signalled_ = false;
+      if (releaseWhenEmpty_) {
+        releaseWhenEmpty_ = false;
+        napi_release_threadsafe_function(tsfn_, napi_tsfn_release);
+      }
+      return;
+    }
+  }
+  if (!DeferTurn(env)) Signal();
+}
+
+bool JsChannel::DeferTurn(Napi::Env env) {
+  Napi::Function setImmediate = AddonState::Get(env).SetImmediate();
+  if (setImmediate.IsEmpty()) return false;
+  try {
+    if (nextTurn_.IsEmpty()) {
+      std::weak_ptr<JsChannel> weak = self_;
+      nextTurn_ = Napi::Persistent(Napi::Function::New(
+          env,
+          [weak](const Napi::CallbackInfo& info) -> Napi::Value {
+            std::shared_ptr<JsChannel> channel = weak.lock();
+            // Aborted or finalized meanwhile: what was queued is gone.
+            if (channel && !channel->finalized_) channel->Signal();
+            return info.Env().Undefined();
+          },
+          "nextTurn"));
+    }
+    setImmediate.Call({nextTurn_.Value()});
+    return true;
+  } catch (const Napi::Error&) {  // replaced by one that throws, or the environment is ending
+    return false;
+  }
+}
+
+void JsChannel::Signal() {
+  // A closing function (aborted) drops the signal, and the finalizer what is
+  // queued.
+  napi_call_threadsafe_function(tsfn_, kSignal, napi_tsfn_blocking);
 }
 
 void JsChannel::Dispatch(Napi::Env env, Napi::Function callback, JsChannel* channel, void*) {
@@ -124,6 +179,7 @@ void JsChannel::Dispatch(Napi::Env env, Napi::Function callback, JsChannel* chan
     RunTask(env, callback, *task);
     task.reset();  // before the next runs, as each had its own turn before
   }
+  channel->EndTurn(env);
 }
 
 }  // namespace ombrix_addon

@@ -5,7 +5,9 @@
 #include <cstdlib>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "ombrix_emu/control.h"
@@ -42,6 +44,49 @@ class BlockingWork final : public Napi::AsyncWorker {
   Napi::Promise::Deferred deferred_;
   Work work_;
   std::string result_;
+};
+
+// Like BlockingWork, but on a thread of its own, for work that waits on the
+// application's JavaScript. A worker's teardown waits for its libuv pool work
+// before it frees its pending calls, so pool work waiting for those calls
+// would hold the teardown (and process.exit) until it gave up.
+class ThreadWork {
+ public:
+  static Napi::Promise Start(Napi::Env env, BlockingWork::Work work) {
+    auto shared = std::make_shared<Shared>();
+    auto* deferred = new Napi::Promise::Deferred(env);
+    Napi::Promise promise = deferred->Promise();
+    shared->tsfn = Tsfn::New(env, "OmbrixControlThread", 0, 1, deferred,
+                             [shared](Napi::Env, void*, Napi::Promise::Deferred* context) {
+                               std::lock_guard<std::mutex> lock(shared->mutex);
+                               shared->open = false;
+                               delete context;
+                             });
+    std::thread([shared, work = std::move(work)] {
+      auto* result = new std::string(work());
+      std::lock_guard<std::mutex> lock(shared->mutex);
+      // Gone with its environment: nobody waits for the result.
+      if (!shared->open || shared->tsfn.BlockingCall(result) != napi_ok) {
+        delete result;
+        return;
+      }
+      shared->tsfn.Release();
+    }).detach();
+    return promise;
+  }
+
+ private:
+  static void Settle(Napi::Env env, Napi::Function, Napi::Promise::Deferred* deferred,
+                     std::string* result) {
+    std::unique_ptr<std::string> owned(result);
+    if (env != nullptr && owned) deferred->Resolve(Napi::String::New(env, *owned));
+  }
+  using Tsfn = Napi::TypedThreadSafeFunction<Napi::Promise::Deferred, std::string, Settle>;
+  struct Shared {
+    std::mutex mutex;
+    bool open = true;
+    Tsfn tsfn;
+  };
 };
 
 int32_t IntOption(Napi::Object options, const char* key, int32_t fallback) {
@@ -310,8 +355,7 @@ Napi::Value SignalingThreadName(const Napi::CallbackInfo& info) {
 Napi::Value ChatStorm(const Napi::CallbackInfo& info) {
   int threads = info[0].As<Napi::Number>().Int32Value();
   int calls = info[1].As<Napi::Number>().Int32Value();
-  return BlockingWork::Start(info.Env(),
-                             [threads, calls] { return emu::ChatStorm(threads, calls); });
+  return ThreadWork::Start(info.Env(), [threads, calls] { return emu::ChatStorm(threads, calls); });
 }
 
 Napi::Object Init(Napi::Env env, Napi::Object exports) {

@@ -220,6 +220,25 @@ void Client::SetAuditSessionManager(SharedPtr<AuditSessionManagerItf> manager) {
   state_->auditSessionManager = std::move(manager);
 }
 
+namespace {
+
+// What the application gets back: the runtime's handle, which reaches the
+// manager through its client. The application's manager is the client's to
+// hold, so a handle the application keeps does not keep that manager (and
+// the JavaScript behind it) once the client is gone.
+class WorkspaceManagerHandle final : public FernwickManagerItf {
+ public:
+  explicit WorkspaceManagerHandle(std::weak_ptr<Client::State> state) : state_(std::move(state)) {}
+
+  void SetFernwickWorkspace(const char* workspace,
+                            SharedPtr<CallbackItf<const OperationResult&>> callback) override;
+
+ private:
+  std::weak_ptr<Client::State> state_;
+};
+
+}  // namespace
+
 SharedPtr<FernwickManagerItf> Client::CreateFernwickManager(SharedPtr<FernwickManagerItf> manager) {
   if (ApplyFault("CreateFernwickManager")) return SharedPtr<FernwickManagerItf>();
   // Without the application's manager the runtime uses the SDK's own.
@@ -227,7 +246,18 @@ SharedPtr<FernwickManagerItf> Client::CreateFernwickManager(SharedPtr<FernwickMa
   std::lock_guard<std::mutex> lock(state_->servicesMutex);
   EMU_LOG(LogLevel::kInfo, "client", "%s: workspace manager created", state_->serverName.c_str());
   state_->fernwickManager = manager;
-  return manager;
+  return SharedPtr<FernwickManagerItf>(new WorkspaceManagerHandle(state_));
+}
+
+void WorkspaceManagerHandle::SetFernwickWorkspace(
+    const char* workspace, SharedPtr<CallbackItf<const OperationResult&>> callback) {
+  SharedPtr<FernwickManagerItf> manager;
+  if (std::shared_ptr<Client::State> state = state_.lock()) {
+    std::lock_guard<std::mutex> lock(state->servicesMutex);
+    manager = state->fernwickManager;
+  }
+  // A closed client's runtime has no workspace to set: the callback is let go.
+  if (manager) manager->SetFernwickWorkspace(workspace, std::move(callback));
 }
 
 void Client::GetFernwickWorkspace(SharedPtr<CallbackItf<const char*>> callback) {

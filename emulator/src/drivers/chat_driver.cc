@@ -227,6 +227,8 @@ struct StormState {
   std::mutex mutex;
   std::condition_variable done;
   int64_t completed = 0;
+  // Released unanswered: the application's environment ended mid-storm.
+  int64_t dropped = 0;
   int64_t issued = 0;
   std::atomic<int64_t> duplicates{0};
   std::atomic<int64_t> offJsThread{0};
@@ -236,6 +238,12 @@ struct StormState {
 class StormCallback final : public CallbackItf<const OperationResult&> {
  public:
   explicit StormCallback(std::shared_ptr<StormState> state) : state_(std::move(state)) {}
+  ~StormCallback() override {
+    if (called_) return;
+    std::lock_guard<std::mutex> lock(state_->mutex);
+    ++state_->dropped;
+    NotifyIfLast();
+  }
   void OnResult(const OperationResult&) override {
     if (called_.exchange(true)) {
       state_->duplicates.fetch_add(1);
@@ -243,12 +251,17 @@ class StormCallback final : public CallbackItf<const OperationResult&> {
     }
     std::lock_guard<std::mutex> lock(state_->mutex);
     if (!state_->jsThreads.count(std::this_thread::get_id())) state_->offJsThread.fetch_add(1);
-    // Waking the waiting driver for every answer would cost the answering
-    // thread a system call each: it is woken for the last one only.
-    if (++state_->completed == state_->issued) state_->done.notify_one();
+    ++state_->completed;
+    NotifyIfLast();
   }
 
  private:
+  // Waking the waiting driver for every answer would cost the answering
+  // thread a system call each: it is woken for the last one only.
+  void NotifyIfLast() {
+    if (state_->completed + state_->dropped == state_->issued) state_->done.notify_one();
+  }
+
   std::shared_ptr<StormState> state_;
   std::atomic<bool> called_{false};
 };
@@ -277,12 +290,14 @@ Json Storm(int threads, int calls) {
   for (auto& caller : callers) caller.join();
   {
     std::unique_lock<std::mutex> lock(state->mutex);
-    state->done.wait_for(lock, std::chrono::minutes(2), [&] { return state->completed >= issued; });
+    state->done.wait_for(lock, std::chrono::minutes(2),
+                         [&] { return state->completed + state->dropped >= issued; });
   }
   double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   std::lock_guard<std::mutex> lock(state->mutex);
   return Json::MakeObject({{"issued", issued},
                            {"completed", state->completed},
+                           {"dropped", state->dropped},
                            {"duplicates", state->duplicates.load()},
                            {"offJsThread", state->offJsThread.load()},
                            {"seconds", seconds}});

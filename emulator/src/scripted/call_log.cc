@@ -65,10 +65,12 @@ bool CallLog::Drop(uint64_t id) {
   return true;
 }
 
-void CallLog::MarkCancelled(uint64_t id) {
+bool CallLog::MarkCancelled(uint64_t id) {
   std::lock_guard<std::mutex> lock(mutex_);
   auto found = pending_.find(id);
-  if (found != pending_.end()) found->second.cancelled = true;
+  if (found == pending_.end()) return false;
+  found->second.cancelled = true;
+  return true;
 }
 
 Json CallLog::Pending() const {

@@ -29,7 +29,7 @@ class CallLog {
   bool Complete(uint64_t id, const Json& record);
   // The SDK lets go of the callback without invoking it (on a pool thread).
   bool Drop(uint64_t id);
-  void MarkCancelled(uint64_t id);
+  bool MarkCancelled(uint64_t id);  // false once the call is completed
 
   // [{ id, op, args, thread, cancelled }] in capture order.
   Json Pending() const;

@@ -100,10 +100,14 @@ class OperationHandle final : public OperationHandleItf {
         flag_(std::move(flag)),
         scriptedId_(scriptedId),
         handover_(std::move(handover)) {}
+  // The application may keep a handle long after its result, and cancel it
+  // then: a finished operation has nothing to stop, and says nothing.
   void Cancel() override {
+    const bool live =
+        scriptedId_ ? CallLog::Shared().MarkCancelled(scriptedId_) : flag_ && !flag_->IsFinished();
+    if (!live) return;
     EMU_LOG(LogLevel::kInfo, "operation", "%s cancelled", op_.c_str());
     if (flag_) flag_->Set();
-    if (scriptedId_) CallLog::Shared().MarkCancelled(scriptedId_);
     if (handover_ && hostile::Roll(hostile::Habit::kInline)) handover_->DeliverHere();
   }
 
@@ -162,13 +166,16 @@ SharedPtr<OperationHandleItf> Perform(const ToolContext& context, const char* op
   EMU_LOG(LogLevel::kInfo, "operation", "%s %s", op, args.Dump().c_str());
   auto cancel = std::make_shared<loopback::CancelFlag>();
   if (kind == Work::kQuick && hostile::Roll(hostile::Habit::kInline)) {
-    DeliverValue(*callback.get(), work(*cancel));
+    auto result = work(*cancel);
+    cancel->Finish();  // before the delivery, after which the caller may cancel
+    DeliverValue(*callback.get(), std::move(result));
     return SharedPtr<OperationHandleItf>(new OperationHandle(op, cancel, 0));
   }
   std::shared_ptr<Handover> handover =
       kind == Work::kLong && hostile::Enabled() ? std::make_shared<Handover>() : nullptr;
   TaskPool::Blocking().Post([callback, cancel, handover, work = std::move(work)]() {
     auto result = work(*cancel);
+    cancel->Finish();  // before the delivery, after which the caller may cancel
     if (!handover) return DeliverValue(*callback.get(), std::move(result));
     handover->Finish([callback, result] { DeliverValue(*callback.get(), result); });
   });
