@@ -59,10 +59,13 @@ async function main() {
   console.log('the SDK received:', emu.chat.streamEvents(sent.stream).map((e) => e.content ?? `<${e.event}>`).join(''));
   await emu.chat.setTitle(session.id, 'Renamed');
   console.log('title now', (await emu.chat.getInfo(session.id)).info.title);
-  return client;
+
+  // Closed, and the SDK lets go of the sessions: the process ends by itself.
+  client.close();
+  emu.chat.releaseAll();
 }
 
-main().then(() => process.exit(0), (error) => {
+main().catch((error) => {
   console.error(error);
-  process.exit(1);
+  process.exitCode = 1;
 });

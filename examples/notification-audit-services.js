@@ -75,9 +75,14 @@ async function main() {
   await emu.audit.stop(session.id);
   console.log('audit events:', emu.audit.observerEvents(events).map((e) => e.event));
   console.log('report:', (await emu.audit.getReport(session.id)).report.fileUrl);
+
+  // Closed, and the SDK lets go of the services: the process ends by itself.
+  client.close();
+  emu.notification.releaseAll();
+  emu.audit.releaseAll();
 }
 
-main().then(() => process.exit(0), (error) => {
+main().catch((error) => {
   console.error(error);
-  process.exit(1);
+  process.exitCode = 1;
 });

@@ -91,7 +91,7 @@ async function chat() {
     async createSession() { return { code: 0, session }; },
     async getSessions() { return { code: 0, sessions: [session] }; },
   };
-  let client = ombrix.createOmbrixClient({ serverName: 'tour-chat' }, manager);
+  const client = ombrix.createOmbrixClient({ serverName: 'tour-chat' }, manager);
   const created = await emu.chat.createSession(0);
   say(`the SDK created session "${created.session.cachedInfo.sessionId}" through JavaScript`);
   const sent = emu.chat.sendChat(created.session.id, 'hello there');
@@ -103,8 +103,8 @@ async function chat() {
   const text = events.filter((e) => e.event === 'chunk').map((e) => e.content).join('');
   say(`sendChat answered code ${report.code} on the JavaScript thread: ${report.onJsThread}`);
   say(`the SDK's stream received ${events.length} events: "${text.trim()}"`);
+  client.close();
   emu.chat.releaseAll();  // the SDK lets go of the session
-  client = null;
   return report.code;
 }
 
@@ -176,7 +176,7 @@ async function notificationsAndAudit() {
     async getReport() { return { report: { fileUrl: 'file:///reports/audit-1.zip', createdAt: Date.now() } }; },
     setObserver(observer) { observed = observer; },
   };
-  let client = ombrix.createOmbrixClient({ serverName: 'tour-services' }, null, notifications);
+  const client = ombrix.createOmbrixClient({ serverName: 'tour-services' }, null, notifications);
   client.setAuditManager({ async createSession() { return { session: audit }; }, async getSessions() { return {}; } });
 
   const observer = emu.notification.setObserver();
@@ -192,9 +192,9 @@ async function notificationsAndAudit() {
   await emu.audit.stop(session.id);
   const report = await emu.audit.getReport(session.id);
   say(`audit recorded (${emu.audit.observerEvents(events).map((e) => e.event).join(', ')}); report at ${report.report.fileUrl}`);
+  client.close();
   emu.notification.releaseAll();
   emu.audit.releaseAll();
-  client = null;
 }
 
 function sharedMemory() {
@@ -227,24 +227,22 @@ async function main() {
   try {
     emu.setMode('loopback');
     await versionAndLogging();
-    let client = ombrix.createOmbrixClient({ serverName: 'tour.example' });
+    const client = ombrix.createOmbrixClient({ serverName: 'tour.example' });
     await files(client, scratch);
     await shell(client, scratch);
     await toolService(client);
     await accountAndTransfer(client, scratch);
-    client = null;
+    client.close();
     await chat();
     await notificationsAndAudit();
     sharedMemory();
   } finally {
     fs.rmSync(scratch, { recursive: true, force: true });
   }
-  console.log('\nTour complete.');
-  // Live clients keep the event loop alive until they are collected.
-  process.exit(0);
+  console.log('\nTour complete.');  // every client is closed: the process ends by itself
 }
 
 main().catch((error) => {
   console.error(error);
-  process.exit(1);
+  process.exitCode = 1;
 });

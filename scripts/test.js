@@ -6,7 +6,8 @@
 // Sanitizer variants are (re)built first; node then runs with the compiler's
 // sanitizer runtime preloaded, since node itself is not instrumented.
 // --hostile runs the node:test suites against the SDK's hostile mode, from
-// the seed given (or OMBRIX_HOSTILE_SEED, or a random one), which it prints;
+// the seed given (or OMBRIX_HOSTILE_SEED, or a random one), which it prints
+// and which the hostile application's draws (test/hostile-app) use too;
 // test/hostile/guard.js then checks each suite's process at its end.
 const crypto = require('crypto');
 const { spawnSync, execFileSync } = require('child_process');
@@ -81,6 +82,7 @@ function main() {
   const nodeArgs = ['--expose-gc'];
   if (hostile) {
     env.OMBRIX_HOSTILE = seed;
+    env.OMBRIX_APP_SEED = seed;  // the hostile application's draws, from the same printed seed
     // A test that hangs fails at its own time-out instead of holding the run.
     nodeArgs.push('--require', path.join(root, 'test', 'hostile', 'guard.js'), `--test-timeout=${testTimeoutMs}`);
     console.log(`\nHostile SDK, seed ${seed} (repeat: OMBRIX_HOSTILE_SEED=${seed} npm run test:hostile)`);

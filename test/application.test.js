@@ -196,7 +196,11 @@ test('after close() and the SDK letting go, a process that served every kind of 
     const emu = require('./emulator/js');
     const ok = async () => ({ code: 0 });
     (async () => {
-      const session = { sessionInfo: { sessionId: 's' }, async sendChat(c, stream) { stream.onEnd(); return { code: 0 }; } };
+      const session = { sessionInfo: { sessionId: 's' }, async sendChat(c, stream) {
+        stream.onToolCall({ toolName: 'calendar', toolArgs: '{}', cancel() {} });
+        stream.onEnd();
+        return { code: 0 };
+      } };
       const client = ombrix.createOmbrixClient({ serverName: 'ends' },
         { setLanguageCode: ok, createSession: async () => ({ code: 0, session }) },
         { getNotifications: async () => ({ code: 0, notifications: [] }), setObserver() {} });

@@ -16,7 +16,14 @@ class CallCancel final : public JsTask {
 NativeToolCall::NativeToolCall(Napi::Env env, ombrix_records::ToolCallData data,
                                Napi::Function cancel)
     : data_(std::move(data)), hasCancel_(!cancel.IsEmpty()) {
-  if (hasCancel_) cancel_ = JsChannel::Create(env, "ToolCallCancel", cancel);
+  // The SDK may keep a tool call as long as it likes (a stream the
+  // application's garbage still holds keeps its calls), but a cancel only
+  // matters while the tool's own work runs, which keeps the process alive
+  // itself: the channel does not hold the event loop.
+  if (hasCancel_) {
+    cancel_ = JsChannel::Create(env, "ToolCallCancel", cancel, nullptr,
+                                JsChannel::Liveness::kWhileHeld);
+  }
 }
 
 NativeToolCall::~NativeToolCall() {
