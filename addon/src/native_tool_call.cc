@@ -21,8 +21,8 @@ NativeToolCall::NativeToolCall(Napi::Env env, ombrix_records::ToolCallData data,
   // matters while the tool's own work runs, which keeps the process alive
   // itself: the channel does not hold the event loop.
   if (hasCancel_) {
-    cancel_ = JsChannel::Create(env, "ToolCallCancel", cancel, nullptr,
-                                JsChannel::Liveness::kWhileHeld);
+    cancel_ =
+        JsChannel::Create(env, "ToolCallCancel", cancel, nullptr, JsChannel::Liveness::kWhileHeld);
   }
 }
 
