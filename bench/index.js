@@ -13,7 +13,7 @@ const path = require('path');
 const baselineBuild = require('./baseline');
 const { measure, printTable } = require('./harness');
 
-const suites = [require('./promise-roundtrip'), require('./js-services'), require('./memory'),
+const suites = [require('./promise-roundtrip'), require('./js-services'), require('./event-loop'), require('./memory'),
   require('./loopback-tools'), require('./module-load')];
 
 function options(argv) {

@@ -16,7 +16,7 @@ const root = path.resolve(__dirname, '..');
 // binaries go to build/Release, where node-gyp-build looks for a source build.
 const VARIANTS = {
   release: { buildType: 'Release', sanitize: '', dir: 'cmake', output: 'Release' },
-  asan: { buildType: 'RelWithDebInfo', sanitize: 'address', dir: 'asan', output: 'asan' },
+  asan: { buildType: 'RelWithDebInfo', sanitize: 'address', dir: 'asan', output: 'asan', coverage: true },
   tsan: { buildType: 'RelWithDebInfo', sanitize: 'thread', dir: 'tsan', output: 'tsan' },
 };
 
@@ -33,7 +33,8 @@ function build(variant, { developer = false } = {}) {
   const sdkDir = process.env.OMBRIX_SDK_DIR || '';
   const configure = ['-S', root, '-B', buildDir, `-DCMAKE_BUILD_TYPE=${config.buildType}`,
     `-DOMBRIX_SANITIZE=${config.sanitize}`,
-    `-DOMBRIX_OUTPUT_DIR=${outputDir}`, `-DOMBRIX_NODE_EXECUTABLE=${process.execPath}`];
+    `-DOMBRIX_OUTPUT_DIR=${outputDir}`, `-DOMBRIX_NODE_EXECUTABLE=${process.execPath}`,
+    `-DOMBRIX_COVERAGE=${config.coverage && isGcc() ? 'ON' : 'OFF'}`];
   // Unset keeps the tree's choice (a vendor build stays one); empty switches back.
   if (process.env.OMBRIX_SDK_DIR !== undefined) configure.push(`-DOMBRIX_SDK_DIR=${sdkDir}`);
   // Never switched off again: a developer tree keeps its suites configured.
@@ -44,6 +45,14 @@ function build(variant, { developer = false } = {}) {
   const targets = developer ? [] : ['--target', 'ombrix_addon', ...(vendor ? [] : ['ombrix_control'])];
   run('cmake', ['--build', buildDir, '--parallel', jobs, ...targets]);
   return { buildDir, outputDir };
+}
+
+// Coverage counts come from GCC's gcov; another compiler builds without them.
+function isGcc() {
+  const compiler = process.env.CXX || 'c++';
+  const version = spawnSync(compiler, ['--version'], { encoding: 'utf8' });
+  return !version.error && /\bGCC\b|\(Debian|Free Software Foundation/.test(version.stdout || '') &&
+    !/clang/i.test(version.stdout || '');
 }
 
 function cachedSdkDir(buildDir) {

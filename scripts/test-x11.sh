@@ -48,3 +48,6 @@ pids+=($!)
 unset XDG_CONFIG_HOME XDG_CACHE_HOME
 
 node "$root/scripts/test.js" "$variant" "${files[@]}"
+# The asan build counts coverage: after a whole `npm run test:asan`, these
+# suites add the X11 backend, which runs only here.
+if [[ $variant == asan ]]; then node "$root/scripts/coverage.js"; fi

@@ -67,6 +67,10 @@ function sanitizerEnv() {
 function main() {
   // Incremental: a no-op when nothing changed. Fails when GoogleTest is missing.
   const { buildDir, outputDir } = build(variant, { developer: true });
+  // The asan variant counts coverage: a whole run starts from zero and ends
+  // with the figures.
+  const coverage = variant === 'asan' && !args.length && !hostile;
+  if (coverage) require('./coverage').reset();
   const env = sanitizerEnv();
   let files = args.length ? args.map((f) => path.resolve(f)) : findTests(path.join(root, 'test'));
   const results = [];
@@ -101,6 +105,8 @@ function main() {
       { stdio: 'inherit', env: nativeEnv });
     results.push(['ctest', ctest.status === 0]);
   }
+
+  if (coverage) require('./coverage').report();
 
   console.log(`\n=== summary (${variant}) ===`);
   for (const [name, ok] of results) console.log(`${ok ? 'PASS' : 'FAIL'}  ${name}`);
