@@ -34,7 +34,7 @@ function build(variant, { developer = false } = {}) {
   const configure = ['-S', root, '-B', buildDir, `-DCMAKE_BUILD_TYPE=${config.buildType}`,
     `-DOMBRIX_SANITIZE=${config.sanitize}`,
     `-DOMBRIX_OUTPUT_DIR=${outputDir}`, `-DOMBRIX_NODE_EXECUTABLE=${process.execPath}`,
-    `-DOMBRIX_COVERAGE=${config.coverage && isGcc() ? 'ON' : 'OFF'}`];
+    `-DOMBRIX_COVERAGE=${config.coverage ? 'ON' : 'OFF'}`];
   // Unset keeps the tree's choice (a vendor build stays one); empty switches back.
   if (process.env.OMBRIX_SDK_DIR !== undefined) configure.push(`-DOMBRIX_SDK_DIR=${sdkDir}`);
   // Never switched off again: a developer tree keeps its suites configured.
@@ -45,14 +45,6 @@ function build(variant, { developer = false } = {}) {
   const targets = developer ? [] : ['--target', 'ombrix_addon', ...(vendor ? [] : ['ombrix_control'])];
   run('cmake', ['--build', buildDir, '--parallel', jobs, ...targets]);
   return { buildDir, outputDir };
-}
-
-// Coverage counts come from GCC's gcov; another compiler builds without them.
-function isGcc() {
-  const compiler = process.env.CXX || 'c++';
-  const version = spawnSync(compiler, ['--version'], { encoding: 'utf8' });
-  return !version.error && /\bGCC\b|\(Debian|Free Software Foundation/.test(version.stdout || '') &&
-    !/clang/i.test(version.stdout || '');
 }
 
 function cachedSdkDir(buildDir) {

@@ -5,16 +5,17 @@
 //
 // Delivery is at most once. A synchronous throw from the method, from its
 // lookup or from the returned Promise's "then" is delivered like a rejection
-// (code 8 with the thrown error's message). A service's
-// rejection is an answer, not an error of the application's: it is not
-// re-raised as an unhandled rejection (which would end the process), while an
-// exception thrown by the module's own fulfilment handler still is. A Promise that
-// never settles delivers nothing; its handlers own the call, so the call (and
-// the SDK callback it holds) is released when they are garbage-collected or
-// the environment ends. A settled one lets go of the call at once. The handlers are made by one
-// small JavaScript relay per environment around a cell that owns the call: one object with a
-// finalizer per call, and plain closures, instead of two native functions. Adapters that must
-// always answer set `abandonedMessage`, delivered when an unanswered call is released.
+// (code 8 with the thrown error's message). A service's rejection is an
+// answer, not an error of the application's: it is not re-raised as an
+// unhandled rejection (which would end the process), while an exception thrown
+// by the module's own fulfilment handler still is. A Promise that never
+// settles delivers nothing; its handlers own the call, so the call (and the
+// SDK callback it holds) is released when they are garbage-collected or the
+// environment ends. A settled one lets go of the call at once. The handlers
+// are made by one small JavaScript relay per environment around a cell that
+// owns the call: one object with a finalizer per call, and plain closures,
+// instead of two native functions. Adapters that must always answer set
+// `abandonedMessage`, delivered when an unanswered call is released.
 #pragma once
 
 #include <exception>

@@ -129,9 +129,7 @@ std::vector<std::unique_ptr<JsTask>> JsChannel::TakeQueued(size_t limit) {
 void JsChannel::EndTurn(Napi::Env env) {
   {
     std::lock_guard<std::mutex> lock(mutex_);
-    if (!queue_.empty()) {
-      // Still signalled: posts keep queueing behind what is left.
-    } else {
+    if (queue_.empty()) {
       signalled_ = false;
       if (releaseWhenEmpty_) {
         releaseWhenEmpty_ = false;
@@ -140,6 +138,7 @@ void JsChannel::EndTurn(Napi::Env env) {
       return;
     }
   }
+  // Still signalled: posts keep queueing behind what is left.
   if (!DeferTurn(env)) Signal();
 }
 
