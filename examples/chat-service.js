@@ -2,8 +2,8 @@
 // A chat service written in JavaScript: the SDK calls the manager and its
 // sessions from its own threads; every method returns a Promise of a result
 // with a numeric "code" (0 is success). The substitute SDK plays the SDK's part.
-const ombrix = require('..');
-const emu = require('../emulator/js');
+const ombrix = require('ombrix_addon');
+const emu = require('ombrix_addon/emulator');
 
 class EchoSession {
   constructor(id) {

@@ -1,7 +1,7 @@
 'use strict';
 // Desktop helpers: the visible top-level windows (Windows and X11 desktops;
 // elsewhere the list is empty), and a shared-memory section guarded by a named mutex.
-const ombrix = require('..');
+const ombrix = require('ombrix_addon');
 
 const gui = ombrix.createGuiTool();
 const windows = gui.enumerateVisibleTopLevelWindows();

@@ -2,8 +2,8 @@
 // Notification and audit services written in JavaScript. For these services a
 // result without "code" is a success; a rejection answers with code 8 and the
 // reason's message. The substitute SDK plays the SDK's part.
-const ombrix = require('..');
-const emu = require('../emulator/js');
+const ombrix = require('ombrix_addon');
+const emu = require('ombrix_addon/emulator');
 
 class Notifications {
   constructor() {

@@ -4,7 +4,7 @@
 const fs = require('fs');
 const os = require('os');
 const path = require('path');
-const ombrix = require('..');
+const ombrix = require('ombrix_addon');
 
 async function main() {
   const dir = fs.mkdtempSync(path.join(os.tmpdir(), 'ombrix-files-'));

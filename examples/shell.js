@@ -1,7 +1,7 @@
 'use strict';
 // Remote shell: run a command on the device, and cancel one that runs too long.
 const os = require('os');
-const ombrix = require('..');
+const ombrix = require('ombrix_addon');
 
 async function main() {
   const client = ombrix.createOmbrixClient({ serverName: 'shell.example' });

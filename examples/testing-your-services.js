@@ -5,8 +5,8 @@
 // `node --test examples/testing-your-services.js` or plainly with node.
 const test = require('node:test');
 const assert = require('node:assert/strict');
-const ombrix = require('..');
-const emu = require('../emulator/js');
+const ombrix = require('ombrix_addon');
+const emu = require('ombrix_addon/emulator');
 
 // The service under test: refuses empty titles, streams a canned answer.
 function makeSession(id) {

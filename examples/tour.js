@@ -5,8 +5,8 @@
 const fs = require('fs');
 const os = require('os');
 const path = require('path');
-const ombrix = require('..');
-const emu = require('../emulator/js');
+const ombrix = require('ombrix_addon');
+const emu = require('ombrix_addon/emulator');
 
 let stepNumber = 0;
 const step = (title) => console.log(`\n[${++stepNumber}] ${title}`);
