@@ -2,7 +2,7 @@
 'use strict';
 // Every fenced code block of README.md and docs/**/*.md, run or type-checked
 // as an application that installed ombrix_addon would, so no block can rot.
-//   node scripts/check-docs.js [appDir] [--root <dir with README.md and docs/>]
+//   node scripts/check-docs.js [appDir] [--root <dir with README.md and docs/>] [--timeout <s>]
 // appDir (default: this repository, which resolves its own name through
 // "exports") must be able to require('ombrix_addon'); blocks are written
 // into a scratch folder inside it and removed afterwards.
@@ -12,8 +12,10 @@
 //   mjs                   a whole ES module program (top-level await): run
 //   ts, mts, cts          TypeScript: type-checked (strict)
 //   … fragment            JavaScript that cannot run alone: type-checked (strict
-//                         checkJs); a first line `// given: ombrix, client`
-//                         names what it assumes (GIVEN below), nothing else is
+//                         checkJs, top-level await allowed). A page's fragments
+//                         are one program, in order; a fragment's first line
+//                         `// given: ombrix, client` names what it assumes
+//                         (GIVEN below), and nothing else is defined
 //   … stderr              the program is expected to write to stderr
 //   json                  parsed
 //   anything else         (sh, console, text, none): listed, not run
@@ -23,7 +25,6 @@ const { spawn } = require('child_process');
 const MarkdownIt = require('markdown-it');
 
 const repo = path.resolve(__dirname, '..');
-const TIMEOUT_MS = 30000;
 const PARALLEL = 2;
 
 const RUN = { js: 'cjs', cjs: 'cjs', javascript: 'cjs', mjs: 'mjs' };
@@ -42,9 +43,10 @@ const GIVEN = {
 };
 
 function parseArgs(argv) {
-  const args = { appDir: repo, root: repo };
+  const args = { appDir: repo, root: repo, timeoutMs: 30000 };
   for (let i = 0; i < argv.length; i++) {
     if (argv[i] === '--root') args.root = path.resolve(argv[++i]);
+    else if (argv[i] === '--timeout') args.timeoutMs = Number(argv[++i]) * 1000;
     else args.appDir = path.resolve(argv[i]);
   }
   return args;
@@ -88,7 +90,7 @@ function sourceFaults(block) {
   return faults;
 }
 
-function runBlock(block, dir) {
+function runBlock(block, dir, timeoutMs) {
   const file = path.join(dir, `${slug(block)}.${kindOf(block).ext}`);
   fs.writeFileSync(file, block.code);
   return new Promise((resolve) => {
@@ -97,11 +99,11 @@ function runBlock(block, dir) {
     let stderr = '';
     child.stdout.on('data', (d) => { stdout += d; });
     child.stderr.on('data', (d) => { stderr += d; });
-    const timer = setTimeout(() => child.kill('SIGKILL'), TIMEOUT_MS);
+    const timer = setTimeout(() => child.kill('SIGKILL'), timeoutMs);
     child.on('close', (code, signal) => {
       clearTimeout(timer);
       const faults = [];
-      if (signal === 'SIGKILL') faults.push(`did not end by itself within ${TIMEOUT_MS / 1000} s`);
+      if (signal === 'SIGKILL') faults.push(`did not end by itself within ${timeoutMs / 1000} s`);
       else if (code !== 0) faults.push(`exited with ${signal ?? code}`);
       if (stderr && !block.flags.has('stderr')) faults.push('wrote to stderr (mark the block "stderr" if it should)');
       resolve(faults.length ? [...faults, indent(stderr || stdout)] : []);
@@ -117,19 +119,35 @@ function indent(text) {
   return text.trim().split('\n').slice(0, 8).map((l) => `    ${l}`).join('\n');
 }
 
-/** Type-checks the typecheck blocks in one program; returns Map(block → faults). */
+/**
+ * Type-checks the typecheck blocks in one program; returns Map(block → faults).
+ * A page's JavaScript fragments are read together, in order, as one program
+ * (a page builds one application piece by piece); each TypeScript block alone.
+ */
 function typeCheck(blocks, dir, appDir) {
   const faults = new Map(blocks.map((b) => [b, []]));
   if (!blocks.length) return faults;
   const ts = require(require.resolve('typescript', { paths: [appDir, repo] }));
-  const files = new Map();
+  const units = new Map();
   for (const block of blocks) {
     const { ext, js } = kindOf(block);
-    const prelude = js ? givenLines(block, ext, faults.get(block)) : [];
-    const body = js && ext === 'cjs' ? ['(async () => {', block.code, '})();'] : [block.code];
-    const file = path.join(dir, `${slug(block)}.${js ? ext : ext}`);
-    fs.writeFileSync(file, [...prelude, ...body].join('\n'));
-    files.set(file, { block, offset: prelude.length + (body.length > 1 ? 1 : 0) });
+    const key = js ? `${block.file} ${ext}` : slug(block);
+    if (!units.has(key)) units.set(key, { ext, js, blocks: [] });
+    units.get(key).blocks.push(block);
+  }
+  const files = new Map();
+  for (const unit of units.values()) {
+    const lines = unit.js ? givenLines(unit.blocks, unit.ext, faults) : [];
+    if (unit.js && unit.ext === 'cjs') lines.push('(async () => {');
+    const starts = unit.blocks.map((block) => {
+      const start = lines.length;
+      lines.push(...block.code.replace(/\n$/, '').split('\n'));
+      return { block, start };
+    });
+    if (unit.js && unit.ext === 'cjs') lines.push('})();');
+    const file = path.join(dir, `${slug(unit.blocks[0])}.${unit.ext}`);
+    fs.writeFileSync(file, lines.join('\n'));
+    files.set(file, starts);
   }
   const options = {
     strict: true, noEmit: true, allowJs: true, checkJs: true, skipLibCheck: true, types: ['node'],
@@ -139,27 +157,30 @@ function typeCheck(blocks, dir, appDir) {
   const host = ts.createCompilerHost(options);
   host.getCurrentDirectory = () => dir;
   const program = ts.createProgram([...files.keys()], options, host);
-  for (const d of program.getOptionsDiagnostics()) faults.get(blocks[0]).push(ts.flattenDiagnosticMessageText(d.messageText, '\n'));
-  for (const [file, { block, offset }] of files) {
+  const text = (d) => ts.flattenDiagnosticMessageText(d.messageText, ' ');
+  for (const d of program.getOptionsDiagnostics()) faults.get(blocks[0]).push(text(d));
+  for (const [file, starts] of files) {
     const source = program.getSourceFile(file);
     for (const d of [...program.getSyntacticDiagnostics(source), ...program.getSemanticDiagnostics(source)]) {
-      const at = d.start === undefined ? 0 : source.getLineAndCharacterOfPosition(d.start).line - offset;
-      const where = at >= 0 ? `line ${block.line + 1 + at}` : 'prelude';
-      faults.get(block).push(`${where}: ${ts.flattenDiagnosticMessageText(d.messageText, ' ')}`);
+      const at = d.start === undefined ? -1 : source.getLineAndCharacterOfPosition(d.start).line;
+      const { block, start } = starts.findLast((s) => s.start <= at) ?? starts[0];
+      faults.get(block).push(`${at >= start ? `line ${block.line + 1 + at - start}` : 'prelude'}: ${text(d)}`);
     }
   }
   return faults;
 }
 
-/** The prelude a JavaScript fragment's `// given:` line asks for. */
-function givenLines(block, ext, faults) {
-  const match = /^\s*\/\/\s*given:\s*(.*)$/.exec(block.code.split('\n')[0]);
-  const names = match ? match[1].split(/[\s,]+/).filter(Boolean) : [];
-  return names.flatMap((name) => {
-    if (GIVEN[name]) return [GIVEN[name][ext]];
-    faults.push(`given "${name}" is not one of ${Object.keys(GIVEN).join(', ')}`);
-    return [];
-  });
+/** The prelude the `// given:` first lines of a page's JavaScript fragments ask for. */
+function givenLines(blocks, ext, faults) {
+  const names = new Set();
+  for (const block of blocks) {
+    const match = /^\s*\/\/\s*given:\s*(.*)$/.exec(block.code.split('\n')[0]);
+    for (const name of match ? match[1].split(/[\s,]+/).filter(Boolean) : []) {
+      if (GIVEN[name]) names.add(name);
+      else faults.get(block).push(`given "${name}" is not one of ${Object.keys(GIVEN).join(', ')}`);
+    }
+  }
+  return [...names].map((name) => GIVEN[name][ext]);
 }
 
 async function pool(items, limit, work) {
@@ -176,7 +197,7 @@ async function pool(items, limit, work) {
 }
 
 async function main() {
-  const { appDir, root } = parseArgs(process.argv.slice(2));
+  const { appDir, root, timeoutMs } = parseArgs(process.argv.slice(2));
   const started = Date.now();
   const blocks = markdownFiles(root).flatMap((f) => blocksOf(f, root));
   const dir = fs.mkdtempSync(path.join(appDir, '.check-docs-'));
@@ -193,7 +214,7 @@ async function main() {
     const checked = typeCheck(blocks.filter((b) => kindOf(b).kind === 'typecheck'), dir, appDir);
     for (const [b, list] of checked) faults.get(b).push(...list);
     const runs = blocks.filter((b) => kindOf(b).kind === 'run');
-    const ran = await pool(runs, PARALLEL, (b) => runBlock(b, dir));
+    const ran = await pool(runs, PARALLEL, (b) => runBlock(b, dir, timeoutMs));
     runs.forEach((b, i) => faults.get(b).push(...ran[i]));
 
     for (const file of [...new Set(blocks.map((b) => b.file))]) {
@@ -214,4 +235,5 @@ async function main() {
   process.exitCode = failures ? 1 : 0;
 }
 
-main();
+if (require.main === module) main();
+module.exports = { sourceFaults };
