@@ -4,7 +4,8 @@
 #   - with npm and no CMake or compiler on PATH: the prebuilt binary;
 #   - with npm (hoisted), pnpm and yarn, building from source;
 # and in each runs require, ESM named imports and a loopback file read, and in
-# the first one compiles a strict TypeScript program against the installed copy.
+# the first one compiles a strict TypeScript program against the installed copy
+# and runs or type-checks every code block of README.md and docs/.
 # pnpm and yarn come from the npm registry through npx, pinned.
 #   npm run test:package
 set -euo pipefail
@@ -108,6 +109,10 @@ typescript_version="$(node -p "require('$root/package.json').devDependencies.typ
 types_node_version="$(node -p "require('$root/package.json').devDependencies['@types/node']")"
 check "a strict TypeScript program compiles against the installed copy (ESM and CJS)" \
   bash -c "cd '$work/npm-prebuilt' && npm install --no-audit --no-fund --no-save 'typescript@$typescript_version' '@types/node@$types_node_version' >/dev/null && npx tsc -p tsconfig.json"
+docs_started=$SECONDS
+check "every code block of README.md and docs/ runs or type-checks in that app" \
+  node "$root/scripts/check-docs.js" "$work/npm-prebuilt"
+echo "the docs check took $((SECONDS - docs_started)) s"
 
 # 2. Source builds from the three layouts.
 export npm_config_build_from_source=true OMBRIX_BUILD_FROM_SOURCE=1
