@@ -151,6 +151,7 @@ function typeCheck(blocks, dir, appDir) {
   }
   const options = {
     strict: true, noEmit: true, allowJs: true, checkJs: true, skipLibCheck: true, types: ['node'],
+    maxNodeModuleJsDepth: 1,  // the control surface has no declarations: read its JavaScript
     module: ts.ModuleKind.NodeNext, moduleResolution: ts.ModuleResolutionKind.NodeNext,
     moduleDetection: ts.ModuleDetectionKind.Force, target: ts.ScriptTarget.ES2022,
   };
