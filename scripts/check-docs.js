@@ -94,7 +94,11 @@ function runBlock(block, dir, timeoutMs) {
   const file = path.join(dir, `${slug(block)}.${kindOf(block).ext}`);
   fs.writeFileSync(file, block.code);
   return new Promise((resolve) => {
-    const child = spawn(process.execPath, [file], { cwd: dir, stdio: ['ignore', 'pipe', 'pipe'] });
+    // A sanitizer run strips its runtime from children's LD_PRELOAD
+    // (scripts/sanitizers/strip-preload.js); a node child loading the addon needs it back.
+    const runtime = process.env.OMBRIX_SANITIZER_RUNTIME;
+    const env = runtime ? { ...process.env, LD_PRELOAD: runtime } : process.env;
+    const child = spawn(process.execPath, [file], { cwd: dir, env, stdio: ['ignore', 'pipe', 'pipe'] });
     let stdout = '';
     let stderr = '';
     child.stdout.on('data', (d) => { stdout += d; });
