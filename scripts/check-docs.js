@@ -30,6 +30,8 @@ const PARALLEL = 2;
 const RUN = { js: 'cjs', cjs: 'cjs', javascript: 'cjs', mjs: 'mjs' };
 const TYPED = { ts: 'mts', mts: 'mts', cts: 'cts' };
 const FLAGS = new Set(['fragment', 'stderr']);
+// Names of JavaScript and TypeScript that this checker does not take: such a block must be renamed.
+const OTHER_JS = new Set(['typescript', 'jsx', 'tsx', 'node', 'javascriptreact']);
 
 // What a fragment may assume, as a CommonJS and an ES module line.
 const typed = (name, type) => {
@@ -69,13 +71,13 @@ function blocksOf(file, root) {
 }
 
 function kindOf(block) {
-  const jsLike = block.lang in RUN || block.lang in TYPED || block.lang === 'typescript';
+  const jsLike = block.lang in RUN || block.lang in TYPED || OTHER_JS.has(block.lang);
   const unknown = [...block.flags].filter((f) => !FLAGS.has(f));
   if (jsLike && unknown.length) return { kind: 'bad', why: `unknown info-string word(s): ${unknown.join(' ')}` };
   if (block.lang in TYPED) return { kind: 'typecheck', ext: TYPED[block.lang] };
   if (block.lang in RUN) return block.flags.has('fragment') ? { kind: 'typecheck', ext: RUN[block.lang], js: true }
     : { kind: 'run', ext: RUN[block.lang] };
-  if (jsLike) return { kind: 'bad', why: `write "ts" rather than "${block.lang}"` };
+  if (jsLike) return { kind: 'bad', why: `"${block.lang}" is neither run nor type-checked: write js, mjs or ts` };
   if (block.lang === 'json') return { kind: 'json' };
   return { kind: 'other' };
 }
@@ -225,8 +227,9 @@ async function main() {
     for (const file of [...new Set(blocks.map((b) => b.file))]) {
       const mine = blocks.filter((b) => b.file === file);
       const count = (kind) => mine.filter((b) => kindOf(b).kind === kind).length;
+      const others = [...new Set(mine.filter((b) => kindOf(b).kind === 'other').map((b) => b.lang || 'plain'))];
       console.log(`${file}: ran ${count('run')}, type-checked ${count('typecheck')}, parsed ${count('json')}, ` +
-        `not run ${count('other')}`);
+        `not run ${count('other')}${others.length ? ` (${others.join(', ')})` : ''}`);
     }
     for (const [b, list] of faults) {
       if (!list.length) continue;

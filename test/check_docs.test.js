@@ -25,7 +25,7 @@ function check(...args) {
 test('every code block of README.md and docs/ runs or type-checks against this repository', { skip }, async () => {
   const { code, stdout, stderr } = await check();
   assert.equal(code, 0, stdout + stderr);
-  assert.match(stdout, /^README\.md: ran [1-9]\d*, type-checked \d+, parsed \d+, not run \d+$/m);
+  assert.match(stdout, /^README\.md: ran [1-9]\d*, type-checked \d+, parsed \d+, not run \d+ \(sh\)$/m);
   assert.match(stdout, /^docs\/api\/services\.md: ran \d+, type-checked [1-9]/m);
   assert.match(stdout, /\d+ blocks, 0 failing/);
 });
@@ -53,6 +53,7 @@ test('broken blocks fail, each named by file and line', { skip }, async (t) => {
     ['js framgent', '1;'],                                                                         // 48: unknown word
     ['json', '{ "a": 1, }'],                                                                       // 54: not JSON
     ['sh', 'echo not run'],                                                                        // 60: listed only
+    ['jsx', 'const a = <b />;'],                                                                    // 66: not taken
   ]));
   fs.writeFileSync(path.join(docs, 'docs', 'api', 'page.md'), page([
     ['js fragment', "// given: client\nconst files = await client.createRemoteFileTool();"],          // 3: good
@@ -64,9 +65,9 @@ test('broken blocks fail, each named by file and line', { skip }, async (t) => {
   const { code, stdout } = await check('--root', docs, '--timeout', '3');
   assert.equal(code, 1, stdout);
   const failing = [...stdout.matchAll(/^FAIL (\S+:\d+)/gm)].map((m) => m[1]);
-  assert.deepEqual(failing, [10, 17, 29, 35, 42, 48, 54].map((l) => `README.md:${l}`)
+  assert.deepEqual(failing, [10, 17, 29, 35, 42, 48, 54, 66].map((l) => `README.md:${l}`)
     .concat([10, 17, 24].map((l) => `docs/api/page.md:${l}`)));
-  assert.match(stdout, /^README\.md: ran 7, type-checked 0, parsed 1, not run 1$/m);
+  assert.match(stdout, /^README\.md: ran 7, type-checked 0, parsed 1, not run 1 \(sh\)$/m);
   assert.match(stdout, /^docs\/api\/page\.md: ran 0, type-checked 4, parsed 0, not run 0$/m);
   const section = (at) => stdout.split(/^FAIL /m).find((s) => s.startsWith(at));
   assert.match(section('README.md:10'), /exited with 1/);
@@ -76,6 +77,7 @@ test('broken blocks fail, each named by file and line', { skip }, async (t) => {
   assert.match(section('README.md:42'), /repository path/);
   assert.match(section('README.md:48'), /framgent/);
   assert.match(section('README.md:54'), /not JSON/);
+  assert.match(section('README.md:66'), /neither run nor type-checked/);
   assert.match(section('docs/api/page.md:10'), /line 11: .*'number' is not assignable[\s\S]*line 12: Cannot find name 'store'/);
   assert.match(section('docs/api/page.md:17'), /given "nothing"/);
   assert.match(section('docs/api/page.md:24'), /line 26: Type 'number' is not assignable to type 'string'/);
