@@ -89,9 +89,9 @@ test('setObserver: checks its argument, relays renewals in order, replaces callb
   }
   const seen = [];
   assert.equal(tool.setObserver(recorder(seen, 'first')), undefined);
-  emu.emitTokenUpdated('t1');
-  emu.emitMcpTokenUpdated('m1');
-  emu.emitTokenUpdated('t2');
+  await emu.emitTokenUpdated('t1');
+  await emu.emitMcpTokenUpdated('m1');
+  await emu.emitTokenUpdated('t2');
   await waitFor(() => seen.length === 3, { what: 'token events' });
   assert.deepEqual(seen, [['first', 'onTokenUpdated', 't1'], ['first', 'onMcpTokenUpdated', 'm1'],
     ['first', 'onTokenUpdated', 't2']]);
@@ -99,8 +99,8 @@ test('setObserver: checks its argument, relays renewals in order, replaces callb
   // A second observer replaces the function it has; a non-function is skipped.
   seen.length = 0;
   tool.setObserver({ ...recorder(seen, 'second', ['onTokenUpdated']), onMcpTokenUpdated: 'no' });
-  emu.emitTokenUpdated('t3');
-  emu.emitMcpTokenUpdated('m2');
+  await emu.emitTokenUpdated('t3');
+  await emu.emitMcpTokenUpdated('m2');
   await waitFor(() => seen.length === 2, { what: 'token events' });
   assert.deepEqual(seen, [['second', 'onTokenUpdated', 't3'], ['first', 'onMcpTokenUpdated', 'm2']]);
 
@@ -111,7 +111,7 @@ test('setObserver: checks its argument, relays renewals in order, replaces callb
   const none = [];
   silent.setObserver(Object.assign(() => {}, { other: () => none.push('x') }));
   assert.equal(bare.setObserver(recorder(none, 'bare')), undefined);
-  emu.emitTokenUpdated('t4');
+  await emu.emitTokenUpdated('t4');
   await waitFor(() => seen.length === 3, { what: 'the still-registered observer' });
   await settle(30);
   assert.deepEqual(none, []);

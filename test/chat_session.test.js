@@ -122,8 +122,8 @@ test('info changes reach the SDK observer without history; the cache is untouche
     sessionInfo: { sessionId: 'kept' }, setObserver(observer) { jsObserver = observer; },
   } });
   const { session } = await emu.chat.createSession(0);
-  const observer = emu.chat.setObserver(session.id);
-  await waitFor(() => jsObserver, { what: 'setObserver' });
+  const observer = await emu.chat.setObserver(session.id);
+  assert.ok(jsObserver, 'the session has its observer once setObserver resolves');
   assert.deepEqual(Object.keys(jsObserver), ['onSessionInfoChanged']);
   jsObserver.onSessionInfoChanged({ sessionId: 'changed', title: 'T', history: [{ content: 'x' }] });
   jsObserver.onSessionInfoChanged('ignored');
@@ -131,13 +131,12 @@ test('info changes reach the SDK observer without history; the cache is untouche
   assert.deepEqual(events.map((e) => [e.sessionId, e.history]), [['changed', null]]);
   assert.equal(emu.chat.getCachedInfo(session.id).sessionId, 'kept');
 
-  emu.chat.setObserver(session.id, false);
-  await waitFor(() => jsObserver === null, { what: 'setObserver(null)' });
+  assert.equal(await emu.chat.setObserver(session.id, false), null);
+  assert.equal(jsObserver, null);
   // A session without setObserver makes registration a silent no-op.
   manager.createSession = async () => ({ code: 0, session: {} });
   const plain = await emu.chat.createSession(0);
-  emu.chat.setObserver(plain.session.id);
-  await settle();
+  await emu.chat.setObserver(plain.session.id);
 });
 
 test('tool calls are cancelled through the SDK; confirmations answered or left pending', async () => {

@@ -91,10 +91,10 @@ test('observer events reach only the stored callbacks, on the JavaScript thread'
   // Replacing only one callback keeps the others; non-functions are ignored.
   client.setObserver(second);
 
-  emu.emitConnectionState(2);
-  emu.announceToolService();
-  emu.announceToolService({ empty: true });
-  emu.disconnectToolService();
+  await emu.emitConnectionState(2);
+  await emu.announceToolService();
+  await emu.announceToolService({ empty: true });
+  await emu.disconnectToolService();
   await waitFor(() => seen.length >= 2, { what: 'observer events' });
   await settle(50);  // and nothing else arrives
   assert.deepEqual(seen, [['second', 'ToolService'], ['disconnected', 0]]);

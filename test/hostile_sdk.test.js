@@ -114,7 +114,7 @@ test('services: answered from anywhere, with null callbacks and strings, never t
     const id = created.session?.id;
     if (id === undefined) continue;
     emu.chat.getCachedInfo(id);
-    emu.chat.setObserver(id, i % 2 === 0);
+    await emu.chat.setObserver(id, i % 2 === 0);
     for (const op of ['getInfo', 'stop', 'delete']) reports.push(await emu.chat[op](id));
     reports.push(await emu.chat.setTitle(id, 'title'), await emu.chat.sendChat(id, 'hi').done);
   }
@@ -151,9 +151,9 @@ test('services of an environment that has ended are still driven by the SDK: not
   emu.hostile.set({ ...everything, habits: ['inline', 'elsewhere', 'late', 'sdkThread', 'twice'] });
   assert.equal(emu.chat.getCachedInfo(chat).title, 'from the worker');
   assert.equal(emu.audit.getCachedInfo(audit).sessionId, 'a');
-  emu.chat.setObserver(chat);
-  emu.audit.setObserver(audit);
-  emu.notification.setObserver(true, { service });
+  await emu.chat.setObserver(chat);
+  await emu.audit.setObserver(audit);
+  await emu.notification.setObserver(true, { service });
   const reports = [await emu.chat.setTitle(chat, 'late'), await emu.chat.getInfo(chat),
     await emu.chat.sendChat(chat, 'x').done, await emu.audit.getInfo(audit), await emu.audit.stop(audit),
     await emu.notification.getNotifications({ service }), await emu.notification.dismissAll({ service })];

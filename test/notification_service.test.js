@@ -5,7 +5,7 @@ const assert = require('node:assert/strict');
 
 const ombrix = require('..');
 const emu = require('../emulator/js');
-const { waitFor, unansweredDrive, collectAfterAll, UNANSWERED } = require('./helpers');
+const { unansweredDrive, collectAfterAll, UNANSWERED } = require('./helpers');
 
 const calls = [];
 const service = {
@@ -83,8 +83,8 @@ test('a list "code" that is not a number never reaches the SDK: the handler thro
 });
 
 test('events from the application reach the SDK observer, which it holds alone', async () => {
-  const observer = emu.notification.setObserver();
-  await waitFor(() => service.observer, { what: 'setObserver' });
+  const observer = await emu.notification.setObserver();
+  assert.ok(service.observer, 'the service has its observer once setObserver resolves');
   const js = service.observer;
   assert.deepEqual(Object.keys(js), ['onNotification', 'onNotificationUpdated', 'onNotificationRemoved']);
   assert.equal(js.onNotification({ id: 'a', title: 'New', createdAt: 5 }), undefined);

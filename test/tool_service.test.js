@@ -19,7 +19,7 @@ describe('tool service (scripted)', () => {
     emu.setMode('scripted');
     const client = ombrix.createOmbrixClient({ serverName: 'service' });
     const announced = announcedService(client);
-    emu.announceToolService();
+    await emu.announceToolService();
     service = await announced;
   });
   after(() => {

@@ -143,7 +143,7 @@ const NATIVE_CLASSES = {
   ToolService: () => new Promise((resolve, reject) => {
     const timer = setTimeout(() => reject(new Error('no tool service announced within 10 s')), 10000);
     client.setObserver({ onNewToolService: (service) => { clearTimeout(timer); resolve(service); } });
-    require('../emulator/js').announceToolService();
+    require('../emulator/js').announceToolService().catch(reject);
   }),
 };
 

@@ -188,27 +188,17 @@ Napi::Value SetAutoComplete(const Napi::CallbackInfo& info) {
                             emu::SetAutoComplete(StringArg(info, 0), StringArg(info, 1)));
 }
 
+// injectFault and injectWeakLockFailure answer "" when armed, else why not.
 Napi::Value InjectFault(const Napi::CallbackInfo& info) {
-  return Napi::Boolean::New(info.Env(), emu::InjectFault(StringArg(info, 0), StringArg(info, 1)));
+  return Napi::String::New(info.Env(), emu::InjectFault(StringArg(info, 0), StringArg(info, 1)));
 }
 
 Napi::Value InjectWeakLockFailure(const Napi::CallbackInfo& info) {
-  return Napi::Boolean::New(info.Env(), emu::InjectWeakLockFailure(StringArg(info, 0)));
+  return Napi::String::New(info.Env(), emu::InjectWeakLockFailure(StringArg(info, 0)));
 }
 
-Napi::Value EmitConnectionState(const Napi::CallbackInfo& info) {
-  emu::EmitConnectionState(info[0].IsNumber() ? info[0].As<Napi::Number>().Int32Value() : 0);
-  return info.Env().Undefined();
-}
-
-Napi::Value AnnounceToolService(const Napi::CallbackInfo& info) {
-  emu::AnnounceToolService(info[0].ToBoolean().Value());
-  return info.Env().Undefined();
-}
-
-Napi::Value DisconnectToolService(const Napi::CallbackInfo& info) {
-  emu::DisconnectToolService();
-  return info.Env().Undefined();
+Napi::Value ClearFaults(const Napi::CallbackInfo& info) {
+  return Napi::Number::New(info.Env(), emu::ClearFaults());
 }
 
 // Bytes the process holds from malloc (module, SDK, node's own native side);
@@ -226,9 +216,8 @@ Napi::Value LiveClients(const Napi::CallbackInfo& info) {
   return Napi::Number::New(info.Env(), emu::LiveClients());
 }
 
-Napi::Value EmitAccountTokenUpdated(const Napi::CallbackInfo& info) {
-  emu::EmitAccountTokenUpdated(info[0].ToBoolean().Value(), StringArg(info, 1));
-  return info.Env().Undefined();
+Napi::Value Clients(const Napi::CallbackInfo& info) {
+  return Napi::String::New(info.Env(), emu::Clients());
 }
 
 Napi::Value CancelTransfers(const Napi::CallbackInfo& info) {
@@ -352,10 +341,12 @@ Napi::Value SignalingThreadName(const Napi::CallbackInfo& info) {
   return Napi::String::New(info.Env(), emu::SignalingThreadName());
 }
 
+// chatStorm(threads, calls, argsJson): the manager is picked here, on the
+// JavaScript thread that asks, so that a drive names this thread's client.
 Napi::Value ChatStorm(const Napi::CallbackInfo& info) {
   int threads = info[0].As<Napi::Number>().Int32Value();
   int calls = info[1].As<Napi::Number>().Int32Value();
-  return ThreadWork::Start(info.Env(), [threads, calls] { return emu::ChatStorm(threads, calls); });
+  return ThreadWork::Start(info.Env(), emu::ChatStorm(threads, calls, StringArg(info, 2)));
 }
 
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
@@ -374,12 +365,10 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
       {"setAutoComplete", SetAutoComplete},
       {"injectFault", InjectFault},
       {"injectWeakLockFailure", InjectWeakLockFailure},
-      {"emitConnectionState", EmitConnectionState},
-      {"announceToolService", AnnounceToolService},
-      {"disconnectToolService", DisconnectToolService},
+      {"clearFaults", ClearFaults},
       {"liveClients", LiveClients},
+      {"clients", Clients},
       {"mallocBytes", MallocBytes},
-      {"emitAccountTokenUpdated", EmitAccountTokenUpdated},
       {"cancelTransfers", CancelTransfers},
       {"setTransferRate", SetTransferRate},
       {"setScreenLocked", SetScreenLocked},

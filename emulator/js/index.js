@@ -29,10 +29,21 @@ function listen() {
   return listener;
 }
 
+// What a drive acts on, from its options: `client` (an id, or a server name
+// naming one live client; by default the newest client created on this
+// thread, else the newest of all), or an object the SDK holds by id.
+function routed(args, options) {
+  const routing = {};
+  for (const key of ['client', 'service', 'manager']) {
+    if (options && options[key] !== undefined) routing[key] = options[key];
+  }
+  return { ...args, ...routing };
+}
+
 /** Starts a drive; returns what it returned at once, plus `done` for asynchronous ones. */
-function startDrive(service, op, args = {}) {
+function startDrive(service, op, args = {}, options = undefined) {
   listen();
-  const started = JSON.parse(native.drive(service, op, JSON.stringify(args), listener));
+  const started = JSON.parse(native.drive(service, op, JSON.stringify(routed(args, options)), listener));
   if (started.error) throw new Error(started.error);
   if (started.drive !== undefined) {
     started.done = new Promise((resolve) => {
@@ -44,9 +55,29 @@ function startDrive(service, op, args = {}) {
 }
 
 /** A drive's report once its callback has run: the decoded record, thread, calls. */
-async function drive(service, op, args) {
-  const started = startDrive(service, op, args);
+async function drive(service, op, args, options) {
+  const started = startDrive(service, op, args, options);
   return started.done ? started.done : started;
+}
+
+const nextImmediate = () => new Promise((resolve) => setImmediate(resolve));
+const nextTimer = () => new Promise((resolve) => setTimeout(resolve, 0));
+
+/**
+ * A change of SDK state made on other threads: resolves with the drive's
+ * report once the SDK has made it and then the module has had two turns of
+ * this thread's event loop to hand it on (an observer to the application's
+ * setObserver, an event to its observer). The module runs what it is handed
+ * in the poll phase that follows, or, when a turn of its was left over, from
+ * setImmediate, which signals that poll phase again: a check phase, a timer
+ * and another check phase are past both.
+ */
+async function change(service, op, args, options) {
+  const report = await drive(service, op, args, options);
+  await nextImmediate();
+  await nextTimer();
+  await nextImmediate();
+  return report;
 }
 
 function idOf(call) {
@@ -155,30 +186,47 @@ const emulator = {
    * The next call at `site` (a factory or an operation: 'CreateOmbrixClient',
    * 'CreateRemoteFileTool', 'ReadFile', …, or 'SetLogger') returns empty
    * ('empty'; an operation drops its callback unanswered, SetLogger ignores
-   * the call) or throws ('throw').
+   * the call) or throws ('throw'). An unknown site or kind throws an Error
+   * that lists the valid ones.
    */
   injectFault(site, kind = 'empty') {
-    check(native.injectFault(site, kind), `unknown fault kind "${kind}" (empty or throw)`);
+    const refused = native.injectFault(String(site), String(kind));
+    if (refused) throw new Error(refused);
   },
-  /** The next WeakPtr lock of a contract type ('RemoteFileTool', …) fails. */
+  /** The next WeakPtr lock of a contract type ('RemoteFileTool', …) fails; an unknown type throws. */
   injectWeakLockFailure(type) {
-    check(native.injectWeakLockFailure(type), `unknown contract type "${type}"`);
+    const refused = native.injectWeakLockFailure(String(type));
+    if (refused) throw new Error(refused);
   },
+  /** Disarms every injected fault, weak-lock failure and thread-create failure; returns how many. */
+  clearFaults: native.clearFaults,
 
-  // --- client events ---------------------------------------------------------
-  /** Sent by every live client from its signaling thread. */
-  emitConnectionState: native.emitConnectionState,
-  /** Announces a new tool service; `{ empty: true }` sends an empty pointer. */
-  announceToolService({ empty = false } = {}) {
-    native.announceToolService(empty);
+  // --- clients and their events ---------------------------------------------
+  // Events resolve once every client they reach has told its observer; the
+  // `client` option sends one to that client only, else to every live client.
+  /** The live clients, oldest first: [{ id, serverName, mode, signalingThread, thisThread }]. */
+  clients: () => JSON.parse(native.clients()),
+  /** Sent from the signaling thread of every live client (or the one `client` names). */
+  emitConnectionState: async (state, options) => {
+    await change('events', 'connectionState', { state }, options);
   },
-  disconnectToolService: native.disconnectToolService,
+  /** Announces a new tool service; `{ empty: true }` sends an empty pointer. */
+  announceToolService: async ({ empty = false, ...options } = {}) => {
+    await change('events', 'announceToolService', { empty }, options);
+  },
+  disconnectToolService: async (options) => {
+    await change('events', 'disconnectToolService', {}, options);
+  },
   liveClients: native.liveClients,
 
   // --- account, transfer and remote-control tools ---------------------------
   /** A token renewal sent to the observer of every live account tool, from an SDK thread. */
-  emitTokenUpdated: (token) => native.emitAccountTokenUpdated(false, token),
-  emitMcpTokenUpdated: (token) => native.emitAccountTokenUpdated(true, token),
+  emitTokenUpdated: async (token) => {
+    await change('events', 'tokenUpdated', { mcp: false, token: String(token) });
+  },
+  emitMcpTokenUpdated: async (token) => {
+    await change('events', 'tokenUpdated', { mcp: true, token: String(token) });
+  },
   /** Cancels every loopback file transfer in flight; returns how many there were. */
   cancelTransfers: native.cancelTransfers,
   /** Holds loopback transfers started afterwards to `bytesPerSecond`; 0 lifts the limit. */
@@ -187,15 +235,16 @@ const emulator = {
   setScreenLocked: (locked) => native.setScreenLocked(Boolean(locked)),
 
   // --- the SDK driving the application's chat services -------------------------
-  // Every call runs on an SDK thread against the newest client's chat session
-  // manager. Reports carry the callback's decoded record plus `thread`,
-  // `onJsThread` and `calls`. Sessions are referred to by the ids reports give.
+  // Every call runs on an SDK thread against the chat session manager of the
+  // client the `client` option names (see routed()). Reports carry the
+  // callback's decoded record plus `thread`, `onJsThread` and `calls`.
+  // Sessions are referred to by the ids reports give.
   chat: {
     /** `{ noCallback: true }` passes no callback: returns at once, with nothing to report. */
-    setLanguageCode: (language, { noCallback = false } = {}) =>
-      (noCallback ? startDrive : drive)('chat', 'setLanguageCode', { language, noCallback }),
-    createSession: (mode) => drive('chat', 'createSession', { mode }),
-    getSessions: () => drive('chat', 'getSessions'),
+    setLanguageCode: (language, { noCallback = false, ...options } = {}) =>
+      (noCallback ? startDrive : drive)('chat', 'setLanguageCode', { language, noCallback }, options),
+    createSession: (mode, options) => drive('chat', 'createSession', { mode }, options),
+    getSessions: (options) => drive('chat', 'getSessions', {}, options),
     getCachedInfo: (session) => startDrive('chat', 'getCachedInfo', { session }).info,
     getInfo: (session) => drive('chat', 'getInfo', { session }),
     setTitle: (session, title) => drive('chat', 'setTitle', { session, title }),
@@ -208,8 +257,9 @@ const emulator = {
     sendChat: (session, content, options = {}) => startDrive('chat', 'sendChat', { session, content, ...options }),
     stop: (session) => drive('chat', 'stop', { session }),
     delete: (session) => drive('chat', 'delete', { session }),
-    /** Registers an SDK observer (or clears it with false); returns its id. */
-    setObserver: (session, attach = true) => startDrive('chat', 'setObserver', { session, observer: attach }).observer,
+    /** Registers an SDK observer (or clears it with false); resolves with its id once the session has it. */
+    setObserver: async (session, attach = true) =>
+      (await change('chat', 'setObserver', { session, observer: attach })).observer,
     /** The SDK drops its reference to the session. */
     release: (session) => { startDrive('chat', 'release', { session }); },
     /** The SDK drops every session, stream, confirmation and observer it holds. */
@@ -225,24 +275,27 @@ const emulator = {
     },
     observerEvents: (observer) => JSON.parse(native.inspect('observer', observer)),
     /** `threads` SDK threads × `calls` setLanguageCode calls at once. */
-    storm: async (threads, calls) => {
+    storm: async (threads, calls, options) => {
       listen();
-      return JSON.parse(await native.chatStorm(threads, calls));
+      const result = JSON.parse(await native.chatStorm(threads, calls, JSON.stringify(routed({}, options))));
+      if (result.error) throw new Error(result.error);
+      return result;
     },
   },
   // --- the SDK driving the application's notification service -----------------
-  // Against the newest client's notification service (its third argument).
-  // `{ service }` (an id from hold()) drives a service the SDK kept instead.
+  // Against the notification service (its third argument) of the client the
+  // `client` option names; `{ service }` (an id from hold()) drives a service
+  // the SDK kept instead.
   notification: {
-    /** Hands the service a new SDK observer (false: an empty one); returns its id or null. */
-    setObserver: (attach = true, { service } = {}) =>
-      startDrive('notification', 'setObserver', { observer: attach, service }).observer,
-    getNotifications: ({ service } = {}) => drive('notification', 'getNotifications', { service }),
-    markAsRead: (id, { service } = {}) => drive('notification', 'markAsRead', { id, service }),
-    dismiss: (id, { service } = {}) => drive('notification', 'dismiss', { id, service }),
-    dismissAll: ({ service } = {}) => drive('notification', 'dismissAll', { service }),
-    /** The SDK keeps the newest client's service beyond the client's life (and its environment's); returns its id. */
-    hold: () => startDrive('notification', 'hold').service,
+    /** Hands the service a new SDK observer (false: an empty one); resolves with its id (or null) once the service has it. */
+    setObserver: async (attach = true, options) =>
+      (await change('notification', 'setObserver', { observer: attach }, options)).observer,
+    getNotifications: (options) => drive('notification', 'getNotifications', {}, options),
+    markAsRead: (id, options) => drive('notification', 'markAsRead', { id }, options),
+    dismiss: (id, options) => drive('notification', 'dismiss', { id }, options),
+    dismissAll: (options) => drive('notification', 'dismissAll', {}, options),
+    /** The SDK keeps the client's service beyond the client's life (and its environment's); returns its id. */
+    hold: (options) => startDrive('notification', 'hold', {}, options).service,
     /** What the SDK observer was told: [{ event: 'notification'|'updated'|'removed', …, thread, onJsThread }]. */
     observerEvents: (observer) => JSON.parse(native.inspect('notificationObserver', observer)),
     /** The SDK drops its observer; the application's observer functions then do nothing. */
@@ -251,19 +304,20 @@ const emulator = {
   },
 
   // --- the SDK driving the application's audit sessions -------------------------
-  // Against the manager given to the newest client's setAuditManager; sessions
-  // are referred to by the ids reports give.
+  // Against the manager given to setAuditManager of the client the `client`
+  // option names; sessions are referred to by the ids reports give.
   audit: {
-    createSession: () => drive('audit', 'createSession'),
-    getSessions: () => drive('audit', 'getSessions'),
+    createSession: (options) => drive('audit', 'createSession', {}, options),
+    getSessions: (options) => drive('audit', 'getSessions', {}, options),
     getCachedInfo: (session) => startDrive('audit', 'getCachedInfo', { session }).info,
     getInfo: (session) => drive('audit', 'getInfo', { session }),
     /** `options` is the SDK's text argument; null passes a null pointer. */
     start: (session, options = '') => drive('audit', 'start', { session, options }),
     stop: (session) => drive('audit', 'stop', { session }),
     getReport: (session) => drive('audit', 'getReport', { session }),
-    /** Registers an SDK observer (or clears it with false); returns its id or null. */
-    setObserver: (session, attach = true) => startDrive('audit', 'setObserver', { session, observer: attach }).observer,
+    /** Registers an SDK observer (or clears it with false); resolves with its id (or null) once the session has it. */
+    setObserver: async (session, attach = true) =>
+      (await change('audit', 'setObserver', { session, observer: attach })).observer,
     /** [{ event: 'recordingDone'|'reportReady'|'error', message?, thread, onJsThread }] */
     observerEvents: (observer) => JSON.parse(native.inspect('auditObserver', observer)),
     release: (session) => { startDrive('audit', 'release', { session }); },
@@ -272,12 +326,13 @@ const emulator = {
   },
 
   // --- the SDK driving the workspace manager of the second agent runtime ----------
-  // Against the newest client's manager (createFernwickManager), or one held by id.
+  // Against the manager (createFernwickManager) of the client the `client`
+  // option names, or one held by id (`{ manager }`).
   workspace: {
     /** Returns at once { drive, done }; `done` resolves with the report. */
-    setWorkspace: (workspace, { manager } = {}) => startDrive('workspace', 'setWorkspace', { workspace, manager }),
-    /** The SDK keeps the newest client's manager beyond the client's life; returns its id. */
-    hold: () => startDrive('workspace', 'hold').manager,
+    setWorkspace: (workspace, options) => startDrive('workspace', 'setWorkspace', { workspace }, options),
+    /** The SDK keeps the client's manager beyond the client's life; returns its id. */
+    hold: (options) => startDrive('workspace', 'hold', {}, options).manager,
     release: (manager) => { startDrive('workspace', 'release', { manager }); },
     releaseAll: () => startDrive('workspace', 'releaseAll').released,
   },

@@ -69,10 +69,15 @@ OMBRIX_API bool SetAutoComplete(const std::string& op, const std::string& record
 
 // The next call at `site` (an SDK operation such as "CreateOmbrixClient" or
 // "CreateRemoteFileTool") returns empty ("empty") or throws ("throw").
-OMBRIX_API bool InjectFault(const std::string& site, const std::string& kind);
+// Returns "" when armed, else an error that lists the valid sites or kinds.
+OMBRIX_API std::string InjectFault(const std::string& site, const std::string& kind);
 // The next WeakPtr::lock of the given contract type (a live-object label such
 // as "RemoteFileTool") comes back empty, as if the object had just died.
-OMBRIX_API bool InjectWeakLockFailure(const std::string& typeLabel);
+// Returns "" when armed, else an error that lists the valid types.
+OMBRIX_API std::string InjectWeakLockFailure(const std::string& typeLabel);
+// Disarms every injected fault, weak-lock failure and thread-create failure;
+// returns how many were armed.
+OMBRIX_API int ClearFaults();
 
 // Hostile mode (see docs/substitute-sdk.md): on or off, its seed, and its
 // habits ("quiet", "all" or names separated by commas), each striking
@@ -89,15 +94,12 @@ OMBRIX_API bool LoggerEnabled(int32_t level);
 // there is none).
 OMBRIX_API std::string SignalingThreadName();
 
-// Client observer events, sent by every live client from its signaling thread.
-OMBRIX_API void EmitConnectionState(int32_t state);
-OMBRIX_API void AnnounceToolService(bool empty);
-OMBRIX_API void DisconnectToolService();
 OMBRIX_API int LiveClients();
+// [{ id, serverName, mode, signalingThread, thisThread }] of the live
+// clients, oldest first, as JSON; `thisThread`: created on the calling thread.
+OMBRIX_API std::string Clients();
 
 // Account, transfer and remote-control tools, in either mode.
-// A token renewal sent to the observer of every live account tool.
-OMBRIX_API void EmitAccountTokenUpdated(bool mcp, const std::string& token);
 // Cancels every loopback transfer in flight; returns how many there were.
 OMBRIX_API int CancelTransfers();
 // The link speed loopback transfers started afterwards are held to, in bytes
@@ -108,8 +110,10 @@ OMBRIX_API void SetScreenLocked(bool locked);
 
 // --- Driving the JavaScript-backed services as the SDK would ---------------
 //
-// A drive is one SDK call into a service of the newest live client, made from
-// an SDK thread. Drive() returns JSON: { drive, … } for an asynchronous
+// A drive is one SDK call into a service of a live client (the one its
+// "client" argument names: an id or a server name; without it the newest
+// created on the calling thread, else the newest of all), made from an SDK
+// thread. Drive() returns JSON: { drive, … } for an asynchronous
 // operation, whose report is delivered later, the report itself for a
 // synchronous one, or { error }. A report is what the SDK callback received,
 // decoded, plus "thread", "onJsThread" and "calls".
@@ -121,8 +125,10 @@ OMBRIX_API void RemoveDriveListener(int token);
 OMBRIX_API void AddJsThread();
 OMBRIX_API void RemoveJsThread();
 
-// service: "chat", "notification", "audit" or "workspace". See
-// docs/substitute-sdk.md for the operations.
+// service: "chat", "notification", "audit", "workspace" or "events" (client
+// observer events and account token renewals). See docs/substitute-sdk.md
+// for the operations. A drive that changes SDK state on another thread
+// (setObserver, events) reports once the change is made.
 OMBRIX_API std::string Drive(const std::string& service, const std::string& op,
                              const std::string& argsJson, int listener);
 OMBRIX_API std::string DriveReport(uint64_t drive);
@@ -134,7 +140,10 @@ OMBRIX_API uint64_t DriveDuplicates();
 OMBRIX_API std::string Inspect(const std::string& kind, uint64_t id);
 OMBRIX_API bool CancelToolCall(uint64_t stream, uint32_t index);
 OMBRIX_API bool AnswerConfirm(uint64_t confirm, uint32_t request, const std::string& responseJson);
-// Many SDK threads calling one JavaScript chat manager at once; blocking.
-OMBRIX_API std::string ChatStorm(int threads, int calls);
+// Many SDK threads calling one JavaScript chat manager at once. The manager
+// is picked now, on the calling thread (argsJson: { client }); the returned
+// work blocks, and is to be run on another thread.
+OMBRIX_API std::function<std::string()> ChatStorm(int threads, int calls,
+                                                  const std::string& argsJson);
 
 }  // namespace quelt::ombrix::emu

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "hostile/hostile.h"
@@ -26,6 +27,8 @@ namespace quelt::ombrix {
 namespace emu {
 
 struct Client::State : std::enable_shared_from_this<Client::State> {
+  uint64_t id = 0;
+  std::thread::id creator;  // CreateOmbrixClient runs on the application's JavaScript thread
   std::string serverName;
   Mode mode;
   SharedPtr<ThreadItf> signaling;
@@ -105,7 +108,8 @@ namespace {
 
 struct Registry {
   std::mutex mutex;
-  std::vector<std::weak_ptr<Client::State>> clients;
+  uint64_t nextId = 1;
+  std::vector<std::weak_ptr<Client::State>> clients;  // oldest first
 };
 
 Registry& TheRegistry() {
@@ -120,6 +124,58 @@ void ForEachClient(Fn fn) {
   for (auto& weak : registry.clients) {
     if (auto state = weak.lock()) fn(*state);
   }
+}
+
+std::vector<std::shared_ptr<Client::State>> LiveClientStates() {
+  std::vector<std::shared_ptr<Client::State>> live;
+  ForEachClient([&live](Client::State& client) { live.push_back(client.shared_from_this()); });
+  return live;
+}
+
+std::string NameOf(const Client::State& client) {
+  return "client " + std::to_string(client.id) + " (" + Json(client.serverName).Dump() + ")";
+}
+
+// The clients `selector` picks, as SelectClient describes.
+std::vector<std::shared_ptr<Client::State>> Matching(const Json& selector) {
+  std::vector<std::shared_ptr<Client::State>> live = LiveClientStates(), matches;
+  if (selector.IsNull()) {
+    auto mine = std::find_if(live.rbegin(), live.rend(), [](const auto& client) {
+      return client->creator == std::this_thread::get_id();
+    });
+    if (mine != live.rend()) return {*mine};
+    if (!live.empty()) return {live.back()};
+  }
+  for (auto& client : live) {
+    if ((selector.IsNumber() && selector.AsNumber() == static_cast<double>(client->id)) ||
+        (selector.IsString() && selector.AsString() == client->serverName)) {
+      matches.push_back(client);
+    }
+  }
+  return matches;
+}
+
+// The one client `selector` names, or null with an `error` that lists the
+// live clients.
+std::shared_ptr<Client::State> TheClient(const Json& selector, std::string* error) {
+  std::vector<std::shared_ptr<Client::State>> matches = Matching(selector);
+  if (matches.size() == 1) return matches[0];
+  std::string live;
+  for (auto& client : LiveClientStates()) live += (live.empty() ? "" : ", ") + NameOf(*client);
+  if (live.empty()) {
+    *error = "there is no live client";
+    if (selector.IsNull()) return nullptr;
+  }
+  if (!selector.IsNull() && !selector.IsNumber() && !selector.IsString()) {
+    *error = "the client option is a client id or a server name, not " + selector.Dump();
+  } else if (matches.empty()) {
+    *error = "no live client is " + selector.Dump();
+  } else {
+    *error = selector.Dump() + " names " + std::to_string(matches.size()) +
+             " live clients: name one by id";
+  }
+  *error += " (live clients: " + (live.empty() ? std::string("none") : live) + ")";
+  return nullptr;
 }
 
 // Tool factories share their fault handling and logging.
@@ -145,6 +201,8 @@ Client::Client(std::string serverName, SharedPtr<ThreadItf> signaling,
   {
     Registry& registry = TheRegistry();
     std::lock_guard<std::mutex> lock(registry.mutex);
+    state_->id = registry.nextId++;
+    state_->creator = std::this_thread::get_id();
     auto& clients = registry.clients;
     clients.erase(std::remove_if(clients.begin(), clients.end(),
                                  [](const std::weak_ptr<State>& w) { return w.expired(); }),
@@ -277,33 +335,54 @@ void Client::GetFernwickWorkspace(SharedPtr<CallbackItf<const char*>> callback) 
           });
 }
 
-void EmitConnectionState(int32_t state) {
-  ForEachClient([state](Client::State& client) {
-    client.Post([state](Client::State& s) { s.SetConnection(state); });
-  });
-}
-
-void AnnounceToolService(bool empty) {
-  ForEachClient([empty](Client::State& client) {
-    client.Post([empty](Client::State& s) {
+std::string SendClientEvent(const std::string& event, const Json& args, const Json& selector,
+                            const std::shared_ptr<void>& finished) {
+  std::function<void(Client::State&)> send;
+  if (event == "connectionState") {
+    const auto state = static_cast<int32_t>(args["state"].AsNumber());
+    send = [state](Client::State& s) { s.SetConnection(state); };
+  } else if (event == "announceToolService") {
+    const bool empty = args["empty"].AsBool();
+    send = [empty](Client::State& s) {
       s.Announce(empty ? SharedPtr<ToolServiceItf>() : s.NewToolService());
-    });
-  });
+    };
+  } else if (event == "disconnectToolService") {
+    send = [](Client::State& s) { s.Disconnect(); };
+  } else {
+    return "unknown client event " + event;
+  }
+  std::string error;
+  std::vector<std::shared_ptr<Client::State>> clients = LiveClientStates();
+  if (!selector.IsNull()) {
+    std::shared_ptr<Client::State> one = TheClient(selector, &error);
+    if (!one) return error;
+    clients = {one};
+  }
+  for (auto& client : clients) {
+    client->Post([send, finished](Client::State& s) { send(s); });
+  }
+  return "";
 }
 
-void DisconnectToolService() {
-  ForEachClient(
-      [](Client::State& client) { client.Post([](Client::State& s) { s.Disconnect(); }); });
+std::optional<ClientServices> SelectClient(const Json& selector, std::string* error) {
+  std::shared_ptr<Client::State> client = TheClient(selector, error);
+  if (!client) return std::nullopt;
+  std::lock_guard<std::mutex> lock(client->servicesMutex);
+  return ClientServices{NameOf(*client), client->chatSessionManager, client->notificationService,
+                        client->auditSessionManager, client->fernwickManager};
 }
 
-ClientServices NewestClientServices() {
-  ClientServices services;
-  ForEachClient([&services](Client::State& client) {  // oldest first: the last one wins
-    std::lock_guard<std::mutex> lock(client.servicesMutex);
-    services = ClientServices{client.chatSessionManager, client.notificationService,
-                              client.auditSessionManager, client.fernwickManager};
-  });
-  return services;
+Json ClientsJson() {
+  Json clients = Json(Json::Array());
+  for (auto& client : LiveClientStates()) {
+    clients.Push(Json::MakeObject(
+        {{"id", client->id},
+         {"serverName", client->serverName},
+         {"mode", ModeName(client->mode)},
+         {"signalingThread", client->signaling ? client->signaling->GetName() : ""},
+         {"thisThread", client->creator == std::this_thread::get_id()}}));
+  }
+  return clients;
 }
 
 std::string SignalingThreadName() {

@@ -5,10 +5,29 @@
 #include "drivers/chat_driver.h"
 #include "drivers/drive_log.h"
 #include "drivers/notification_driver.h"
+#include "client/client.h"
+#include "drivers/drive_support.h"
 #include "drivers/workspace_driver.h"
 #include "ombrix_emu/control.h"
+#include "tools/account_tool.h"
 
 namespace quelt::ombrix::emu {
+
+namespace {
+
+// Client observer events and account token renewals: each drive reports {}
+// once every event it sent has been delivered (or dropped with its client).
+Json EventDrive(const std::string& op, const Json& args, int listener) {
+  Change made = BeginChange(op, listener, Json::MakeObject({}));
+  if (op == "tokenUpdated") {
+    EmitAccountTokenUpdated(args["mcp"].AsBool(), args["token"].AsString(), made.finished);
+    return made.started;
+  }
+  std::string error = SendClientEvent(op, args, args["client"], made.finished);
+  return error.empty() ? made.started : DriveError(error);
+}
+
+}  // namespace
 
 int AddDriveListener(std::function<void(uint64_t)> listener) {
   return DriveLog::Shared().AddListener(std::move(listener));
@@ -32,6 +51,7 @@ std::string Drive(const std::string& service, const std::string& op, const std::
   if (service == "notification") return notification::Drive(op, args, listener).Dump();
   if (service == "audit") return audit::Drive(op, args, listener).Dump();
   if (service == "workspace") return workspace::Drive(op, args, listener).Dump();
+  if (service == "events") return EventDrive(op, args, listener).Dump();
   return Json::MakeObject({{"error", "unknown service " + service}}).Dump();
 }
 
@@ -54,6 +74,11 @@ bool AnswerConfirm(uint64_t confirm, uint32_t request, const std::string& respon
   return chat::AnswerConfirm(confirm, request, responseJson);
 }
 
-std::string ChatStorm(int threads, int calls) { return chat::Storm(threads, calls).Dump(); }
+std::function<std::string()> ChatStorm(int threads, int calls, const std::string& argsJson) {
+  std::function<Json()> storm = chat::Storm(threads, calls, Json::Parse(argsJson));
+  return [storm] { return storm().Dump(); };
+}
+
+std::string Clients() { return ClientsJson().Dump(); }
 
 }  // namespace quelt::ombrix::emu

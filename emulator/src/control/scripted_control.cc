@@ -4,6 +4,7 @@
 #include "client/client.h"
 #include "ombrix_emu/control.h"
 #include "runtime/control_block.h"
+#include "runtime/worker_thread.h"
 #include "scripted/call_log.h"
 #include "scripted/faults.h"
 #include "tools/mode.h"
@@ -19,6 +20,15 @@ bool ParseRecord(const std::string& text, Json* out) {
     return false;
   }
 }
+// A JSON array of names as a list for a message: "a, b, c".
+std::string ListText(const std::string& arrayJson) {
+  std::string text;
+  for (const Json& name : Json::Parse(arrayJson).AsArray()) {
+    text += (text.empty() ? "" : ", ") + name.AsString();
+  }
+  return text;
+}
+
 }  // namespace
 
 bool SetMode(const std::string& mode) {
@@ -50,25 +60,34 @@ bool SetAutoComplete(const std::string& op, const std::string& recordJson) {
   return true;
 }
 
-bool InjectFault(const std::string& site, const std::string& kind) {
-  if (kind == "empty") {
-    InjectFault(site, Fault::kEmpty);
-  } else if (kind == "throw") {
-    InjectFault(site, Fault::kThrow);
-  } else {
-    return false;
+std::string InjectFault(const std::string& site, const std::string& kind) {
+  Fault fault = kind == "empty" ? Fault::kEmpty : kind == "throw" ? Fault::kThrow : Fault::kNone;
+  if (fault == Fault::kNone) {
+    return "unknown fault kind \"" + kind + "\" (valid kinds: empty, throw)";
   }
-  return true;
+  if (!InjectFault(site, fault)) {
+    return "unknown fault site \"" + site + "\" (valid sites: " + ListText(FaultSitesJson()) + ")";
+  }
+  return "";
 }
 
-bool InjectWeakLockFailure(const std::string& typeLabel) {
+std::string InjectWeakLockFailure(const std::string& typeLabel) {
+  Json types = Json(Json::Array());
   for (int i = 0; i < detail::kTypeCount; ++i) {
     if (typeLabel == detail::g_typeLabels[i]) {
       detail::g_failNextLock[i].fetch_add(1);
-      return true;
+      return "";
     }
+    types.Push(Json(detail::g_typeLabels[i]));
   }
-  return false;
+  return "unknown contract type \"" + typeLabel + "\" (valid types: " + ListText(types.Dump()) +
+         ")";
+}
+
+int ClearFaults() {
+  int cleared = ClearInjectedFaults() + ClearThreadCreateFailures();
+  for (int i = 0; i < detail::kTypeCount; ++i) cleared += detail::g_failNextLock[i].exchange(0);
+  return cleared;
 }
 
 }  // namespace quelt::ombrix::emu

@@ -100,9 +100,9 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
       observer = SharedPtr<AuditSessionObserverItf>(recorder);
       observerId = Json(TheRegistry().observers.Add(std::make_pair(observer, recorder)));
     }
-    std::function<void()> set = [session, observer] { session->SetObserver(observer); };
-    if (!hostile::Deliver(set, true)) TaskPool::Quick().Post(std::move(set));
-    return Json::MakeObject({{"observer", observerId}});
+    return StartChange(
+        op, listener, [session, observer] { session->SetObserver(observer); },
+        Json::MakeObject({{"observer", observerId}}));
   }
   return DriveError("unknown audit session operation " + op);
 }
@@ -116,8 +116,10 @@ Json Drive(const std::string& op, const Json& args, int listener) {
     auto observers = TheRegistry().observers.ReleaseAll();
     return Json::MakeObject({{"released", static_cast<uint64_t>(sessions.size())}});
   }
-  SharedPtr<AuditSessionManagerItf> manager = NewestClientServices().auditSessionManager;
-  if (!manager) return DriveError("the newest client has no audit session manager");
+  Json error;
+  SharedPtr<AuditSessionManagerItf> manager =
+      ClientService(args, &ClientServices::auditSessionManager, "audit session manager", &error);
+  if (!manager) return error;
   if (op == "createSession") {
     return StartDrive<CreateAuditSessionResult>(
         op, listener, [manager](auto cb) { manager->CreateSession(cb); },

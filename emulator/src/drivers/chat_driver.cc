@@ -108,11 +108,13 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
       observerId = Json(TheRegistry().observers.Add(std::make_pair(held, recorder)));
       observer = held;
     }
+    // Usually called here, on the JavaScript thread: made once the call returns.
+    Change made = BeginChange(op, listener, Json::MakeObject({{"observer", observerId}}));
     hostile::OnSdkThread([session, observer] {
       session->SetObserver(observer);
       return Json();
     });
-    return Json::MakeObject({{"observer", observerId}});
+    return made.started;
   }
   if (op == "sendChat") {
     TextArg content(args["content"]);
@@ -163,8 +165,10 @@ Json Drive(const std::string& op, const Json& args, int listener) {
     for (auto& confirm : confirms) confirm.second.second->Abandon();
     return Json::MakeObject({{"released", static_cast<uint64_t>(sessions.size())}});
   }
-  SharedPtr<ChatSessionManagerItf> manager = NewestClientServices().chatSessionManager;
-  if (!manager) return DriveError("the newest client has no chat session manager");
+  Json error;
+  SharedPtr<ChatSessionManagerItf> manager =
+      ClientService(args, &ClientServices::chatSessionManager, "chat session manager", &error);
+  if (!manager) return error;
   if (op == "setLanguageCode") {
     auto language = static_cast<LanguageCode>(ToInteger<uint32_t>(args["language"].AsNumber()));
     if (args["noCallback"].IsBool() && args["noCallback"].AsBool()) {  // the contract allows none
@@ -266,11 +270,7 @@ class StormCallback final : public CallbackItf<const OperationResult&> {
   std::atomic<bool> called_{false};
 };
 
-}  // namespace
-
-Json Storm(int threads, int calls) {
-  SharedPtr<ChatSessionManagerItf> manager = NewestClientServices().chatSessionManager;
-  if (!manager) return DriveError("the newest client has no chat session manager");
+Json RunStorm(SharedPtr<ChatSessionManagerItf> manager, int threads, int calls) {
   auto state = std::make_shared<StormState>();
   state->jsThreads = DriveLog::Shared().JsThreads();
   const int64_t issued = static_cast<int64_t>(threads) * calls;
@@ -301,6 +301,16 @@ Json Storm(int threads, int calls) {
                            {"duplicates", state->duplicates.load()},
                            {"offJsThread", state->offJsThread.load()},
                            {"seconds", seconds}});
+}
+
+}  // namespace
+
+std::function<Json()> Storm(int threads, int calls, const Json& args) {
+  Json error;
+  SharedPtr<ChatSessionManagerItf> manager =
+      ClientService(args, &ClientServices::chatSessionManager, "chat session manager", &error);
+  if (!manager) return [error] { return error; };
+  return [manager, threads, calls] { return RunStorm(manager, threads, calls); };
 }
 
 }  // namespace quelt::ombrix::emu::chat

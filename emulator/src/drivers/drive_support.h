@@ -4,10 +4,13 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
+#include "client/client.h"
 #include "drivers/drive_log.h"
+#include "drivers/held_objects.h"
 #include "hostile/hostile.h"
 #include "ombrix/result.h"
 #include "runtime/task_pool.h"
@@ -26,11 +29,59 @@ inline std::optional<uint64_t> HeldId(const Json& value) {
   return ToInteger<uint64_t>(value.AsNumber());
 }
 
-// The error of a drive whose object (`what`) was found neither under its id
-// nor, without one, in the newest client.
-inline Json MissingError(const std::string& what, std::optional<uint64_t> id) {
-  return DriveError(id ? "no " + what + " " + std::to_string(*id)
-                       : "the newest client has no " + what);
+// The service `member` (`what`, for messages) of the client a drive names in
+// its "client" argument (see SelectClient); null, with the drive's `error`,
+// when there is no such client or it has no such service.
+template <class Itf>
+SharedPtr<Itf> ClientService(const Json& args, SharedPtr<Itf> ClientServices::*member,
+                             const std::string& what, Json* error) {
+  std::string problem;
+  std::optional<ClientServices> client = SelectClient(args["client"], &problem);
+  SharedPtr<Itf> service = client ? (*client).*member : SharedPtr<Itf>();
+  if (!service) *error = DriveError(client ? client->name + " has no " + what : problem);
+  return service;
+}
+
+// What a drive acts on: the object `held` keeps under the id in the drive's
+// `key` argument, or, without one, the client's service as ClientService.
+template <class Itf>
+SharedPtr<Itf> HeldOrClientService(const Held<SharedPtr<Itf>>& held, const Json& args,
+                                   const char* key, SharedPtr<Itf> ClientServices::*member,
+                                   const std::string& what, Json* error) {
+  std::optional<uint64_t> id = HeldId(args[key]);
+  if (!id) return ClientService(args, member, what, error);
+  SharedPtr<Itf> found = held.Find(*id);
+  if (!found) *error = DriveError("no " + what + " " + std::to_string(*id));
+  return found;
+}
+
+// A change of SDK state that is made on other threads. Its drive (`started`:
+// { drive }) reports `result` once the last copy of `finished` is gone: each
+// task making the change holds one, so the report says the change is made.
+struct Change {
+  Json started;
+  std::shared_ptr<void> finished;
+};
+
+inline Change BeginChange(const std::string& op, int listener, Json result) {
+  uint64_t drive = DriveLog::Shared().Begin(op, listener);
+  return Change{Json::MakeObject({{"drive", drive}}),
+                std::shared_ptr<void>(
+                    nullptr, [drive, result](void*) { DriveLog::Shared().Report(drive, result); })};
+}
+
+// Makes `change` on an SDK thread (or where hostile mode delivers); the drive
+// reports `result` once it is made. Returns { drive }.
+inline Json StartChange(const std::string& op, int listener, std::function<void()> change,
+                        Json result) {
+  Change made = BeginChange(op, listener, std::move(result));
+  std::function<void()> run = [change = std::move(change), finished = made.finished]() mutable {
+    change();
+    finished.reset();
+  };
+  made.finished.reset();
+  if (!hostile::Deliver(run, true)) TaskPool::Quick().Post(std::move(run));
+  return made.started;
 }
 
 // { code, errorMessage } of any result record (a null message stays null).

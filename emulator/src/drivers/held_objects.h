@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <utility>
 
 namespace quelt::ombrix::emu {
@@ -31,13 +30,6 @@ class Held {
     std::lock_guard<std::mutex> lock(mutex_);
     auto found = items_.find(id);
     return found == items_.end() ? Value() : found->second;
-  }
-
-  // What a drive acts on: the value held under `id` when it names one, the
-  // value `fallback()` gives when there is no id.
-  template <class Fallback>
-  Value FindOr(std::optional<uint64_t> id, Fallback fallback) const {
-    return id ? Find(*id) : fallback();
   }
 
   // The released values are returned, so that their last references go away

@@ -62,10 +62,11 @@ Json Drive(const std::string& op, const Json& args, int listener) {
     auto services = Services().ReleaseAll();
     return Json::MakeObject({{"released", static_cast<uint64_t>(released.size())}});
   }
-  const std::optional<uint64_t> serviceId = HeldId(args["service"]);
+  Json error;
   SharedPtr<NotificationServiceItf> service =
-      Services().FindOr(serviceId, [] { return NewestClientServices().notificationService; });
-  if (!service) return MissingError("notification service", serviceId);
+      HeldOrClientService(Services(), args, "service", &ClientServices::notificationService,
+                          "notification service", &error);
+  if (!service) return error;
   if (op == "hold") return Json::MakeObject({{"service", Services().Add(service)}});
   if (op == "setObserver") {
     SharedPtr<NotificationObserverItf> observer;
@@ -75,9 +76,9 @@ Json Drive(const std::string& op, const Json& args, int listener) {
       observer = SharedPtr<NotificationObserverItf>(recorder);
       id = Json(Observers().Add(std::make_pair(observer, recorder)));
     }
-    std::function<void()> set = [service, observer] { service->SetObserver(observer); };
-    if (!hostile::Deliver(set, true)) TaskPool::Quick().Post(std::move(set));
-    return Json::MakeObject({{"observer", id}});
+    return StartChange(
+        op, listener, [service, observer] { service->SetObserver(observer); },
+        Json::MakeObject({{"observer", id}}));
   }
   if (op == "getNotifications") {
     return StartDrive<GetNotificationsResult>(

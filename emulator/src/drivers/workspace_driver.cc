@@ -26,10 +26,10 @@ Json Drive(const std::string& op, const Json& args, int listener) {
     auto released = Managers().ReleaseAll();
     return Json::MakeObject({{"released", static_cast<uint64_t>(released.size())}});
   }
-  const std::optional<uint64_t> managerId = HeldId(args["manager"]);
-  SharedPtr<FernwickManagerItf> manager =
-      Managers().FindOr(managerId, [] { return NewestClientServices().fernwickManager; });
-  if (!manager) return MissingError("workspace manager", managerId);
+  Json error;
+  SharedPtr<FernwickManagerItf> manager = HeldOrClientService(
+      Managers(), args, "manager", &ClientServices::fernwickManager, "workspace manager", &error);
+  if (!manager) return error;
   if (op == "hold") return Json::MakeObject({{"manager", Managers().Add(manager)}});
   if (op == "setWorkspace") {
     TextArg workspace(args["workspace"]);

@@ -47,6 +47,8 @@ void NameCurrentThread(const std::string& name) {
 
 void FailNextThreadCreate() { g_failNextCreate.fetch_add(1); }
 
+int ClearThreadCreateFailures() { return g_failNextCreate.exchange(0); }
+
 WorkerThread::WorkerThread(std::string name) : state_(std::make_shared<State>()) {
   state_->name = std::move(name);
   thread_ = std::thread(&WorkerThread::Loop, state_);

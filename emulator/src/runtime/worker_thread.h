@@ -37,5 +37,7 @@ void NameCurrentThread(const std::string& name);
 
 // Test hook: the next ThreadItf::Create returns empty.
 void FailNextThreadCreate();
+// Disarms FailNextThreadCreate; returns how many were armed.
+int ClearThreadCreateFailures();
 
 }  // namespace quelt::ombrix::emu

@@ -1,46 +1,90 @@
 #include "scripted/faults.h"
 
+#include <array>
 #include <atomic>
 #include <deque>
-#include <map>
 #include <mutex>
 #include <stdexcept>
 
 #include "hostile/hostile.h"
 #include "runtime/log.h"
+#include "support/json.h"
 
 namespace quelt::ombrix::emu {
 
 namespace {
+
+constexpr const char* kSites[] = {
+    // Factories and SetLogger.
+    "CreateOmbrixClient", "CreateAccountTool", "CreateRemoteFileTransferTool",
+    "CreateRemoteControlTool", "CreateRemoteFileTool", "CreateRemoteShellTool",
+    "CreateFernwickManager", "SetLogger",
+    // Tool operations.
+    "ReadFile", "WriteFile", "ReplaceInFile", "SearchInFile", "FindFilesByName", "ListDirectory",
+    "ExecuteShell", "GetAccountId", "GetAccountDescription", "GenerateAccountToken",
+    "GenerateMcpToken", "GetLocalDeviceId", "GetLocalDeviceName", "GetRemoteDeviceList",
+    "DownloadFile", "UploadFile", "ConnectToDeviceWithUI", "DisconnectFromDevice",
+    "GetDeviceLockScreenStatus", "ListTools", "CallTool", "GetFernwickWorkspace",
+    // What the SDK's stream, confirmation and drive callbacks are told.
+    "OnChunk", "OnToolCall", "OnTodos", "OnUsage", "OnEnd", "RequestConfirm", "DriveCallback"};
+constexpr size_t kSiteCount = sizeof(kSites) / sizeof(kSites[0]);
+
+// The index of `site` in kSites; kSiteCount when it is not there.
+size_t SiteIndex(const std::string& site) {
+  size_t i = 0;
+  while (i < kSiteCount && site != kSites[i]) ++i;
+  return i;
+}
+
 struct Faults {
   std::mutex mutex;
-  std::map<std::string, std::deque<Fault>> queued;
+  std::array<std::deque<Fault>, kSiteCount> queued;
   // Most calls pass fault sites with nothing queued: they need not lock.
   std::atomic<int> count{0};
 };
+
 Faults& TheFaults() {
   static Faults* faults = new Faults;
   return *faults;
 }
+
 }  // namespace
 
-void InjectFault(const std::string& site, Fault fault) {
+std::string FaultSitesJson() {
+  Json sites = Json(Json::Array());
+  for (const char* site : kSites) sites.Push(Json(site));
+  return sites.Dump();
+}
+
+bool InjectFault(const std::string& site, Fault fault) {
+  const size_t index = SiteIndex(site);
+  if (index == kSiteCount) return false;
   Faults& faults = TheFaults();
   std::lock_guard<std::mutex> lock(faults.mutex);
-  faults.queued[site].push_back(fault);
+  faults.queued[index].push_back(fault);
   faults.count.fetch_add(1);
+  return true;
 }
 
 Fault TakeFault(const std::string& site) {
+  const size_t index = SiteIndex(site);
+  if (index == kSiteCount) throw std::logic_error("fault site " + site + " is not listed");
   Faults& faults = TheFaults();
   if (faults.count.load() == 0) return Fault::kNone;
   std::lock_guard<std::mutex> lock(faults.mutex);
-  auto found = faults.queued.find(site);
-  if (found == faults.queued.end() || found->second.empty()) return Fault::kNone;
-  Fault fault = found->second.front();
-  found->second.pop_front();
+  std::deque<Fault>& queued = faults.queued[index];
+  if (queued.empty()) return Fault::kNone;
+  Fault fault = queued.front();
+  queued.pop_front();
   faults.count.fetch_sub(1);
   return fault;
+}
+
+int ClearInjectedFaults() {
+  Faults& faults = TheFaults();
+  std::lock_guard<std::mutex> lock(faults.mutex);
+  for (std::deque<Fault>& queued : faults.queued) queued.clear();
+  return faults.count.exchange(0);
 }
 
 bool ApplyFault(const std::string& site) {

@@ -1,6 +1,7 @@
 #include "tools/account_tool.h"
 
 #include <algorithm>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -28,14 +29,15 @@ struct AccountTool::Observer {
   std::mutex mutex;
   WeakPtr<AccountObserverItf> observer;
 
-  // Tells the observer from the account thread, never inline.
-  void Notify(bool mcp, std::string token) {
+  // Tells the observer from the account thread, never inline; `finished` is
+  // let go once it has been told.
+  void Notify(bool mcp, std::string token, std::shared_ptr<void> finished = nullptr) {
     WeakPtr<AccountObserverItf> target;
     {
       std::lock_guard<std::mutex> lock(mutex);
       target = observer;
     }
-    AccountEvents().PostTask([target, mcp, token] {
+    AccountEvents().PostTask([target, mcp, token, finished] {
       SharedPtr<AccountObserverItf> current = target.lock();
       EMU_LOG(LogLevel::kDebug, "account", "%s token renewed%s", mcp ? "MCP" : "account",
               current ? "" : " (no observer)");
@@ -151,7 +153,8 @@ void AccountTool::SetAccountObserver(WeakPtr<AccountObserverItf> observer) {
   }
 }
 
-void EmitAccountTokenUpdated(bool mcp, const std::string& token) {
+void EmitAccountTokenUpdated(bool mcp, const std::string& token,
+                             const std::shared_ptr<void>& finished) {
   std::vector<std::shared_ptr<AccountTool::Observer>> live;
   {
     Registry& registry = TheRegistry();
@@ -160,7 +163,7 @@ void EmitAccountTokenUpdated(bool mcp, const std::string& token) {
       if (auto observer = weak.lock()) live.push_back(std::move(observer));
     }
   }
-  for (auto& observer : live) observer->Notify(mcp, token);
+  for (auto& observer : live) observer->Notify(mcp, token, finished);
 }
 
 }  // namespace quelt::ombrix::emu

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "ombrix/account.h"
 #include "tools/mode.h"
@@ -38,5 +39,10 @@ class AccountTool final : public AccountToolItf {
   ToolRegistration registration_;
   std::shared_ptr<Observer> observer_;
 };
+
+// A token renewal sent to the observer of every live account tool, from the
+// account thread; `finished` is let go once every observer has been told.
+void EmitAccountTokenUpdated(bool mcp, const std::string& token,
+                             const std::shared_ptr<void>& finished);
 
 }  // namespace quelt::ombrix::emu
