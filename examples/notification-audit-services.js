@@ -62,7 +62,7 @@ async function main() {
     async getSessions() { return { sessions }; },
   });
 
-  const observer = emu.notification.setObserver();
+  const observer = await emu.notification.setObserver();
   console.log('notifications:', (await emu.notification.getNotifications()).notifications.map((n) => n.title));
   console.log('mark unknown:', (await emu.notification.markAsRead('n9')).errorMessage);
   await emu.notification.markAsRead('n1');
@@ -70,7 +70,7 @@ async function main() {
   console.log('the SDK heard:', emu.notification.observerEvents(observer).map((e) => e.event));
 
   const { session } = await emu.audit.createSession();
-  const events = emu.audit.setObserver(session.id);
+  const events = await emu.audit.setObserver(session.id);
   await emu.audit.start(session.id, '{}');
   await emu.audit.stop(session.id);
   console.log('audit events:', emu.audit.observerEvents(events).map((e) => e.event));

@@ -60,9 +60,9 @@ async function shell(client, scratch) {
 
 async function toolService(client) {
   step('A tool service announced by the SDK');
-  const service = await new Promise((resolve) => {
+  const service = await new Promise((resolve, reject) => {
     client.setObserver({ onNewToolService: resolve });
-    emu.announceToolService();
+    emu.announceToolService().catch(reject);
   });
   const tools = JSON.parse((await service.listTools()).data).map((t) => t.name);
   say(`listTools: ${tools.join(', ')}`);
@@ -179,7 +179,7 @@ async function notificationsAndAudit() {
   const client = ombrix.createOmbrixClient({ serverName: 'tour-services' }, null, notifications);
   client.setAuditManager({ async createSession() { return { session: audit }; }, async getSessions() { return {}; } });
 
-  const observer = emu.notification.setObserver();
+  const observer = await emu.notification.setObserver();
   const listed = await emu.notification.getNotifications();
   say(`the SDK listed ${listed.notifications.length} notification: "${listed.notifications[0].title}"`);
   await emu.notification.markAsRead('n1');
@@ -187,7 +187,7 @@ async function notificationsAndAudit() {
   say(`read and dismissed; the SDK's observer heard: ${emu.notification.observerEvents(observer).map((e) => e.event).join(', ')}`);
 
   const { session } = await emu.audit.createSession();
-  const events = emu.audit.setObserver(session.id);
+  const events = await emu.audit.setObserver(session.id);
   await emu.audit.start(session.id, '{"screens":"all"}');
   await emu.audit.stop(session.id);
   const report = await emu.audit.getReport(session.id);
