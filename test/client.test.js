@@ -45,6 +45,22 @@ test('SDK failures while creating the client become Errors', () => {
   assert.equal(attempt().constructor.name, 'OmbrixClient');
 });
 
+test('faults: an unknown site, kind or type is refused with the valid ones; clearFaults disarms all', () => {
+  assert.throws(() => emu.injectFault('NoSuchSiteAtAll', 'throw'),
+    { message: /^unknown fault site "NoSuchSiteAtAll" \(valid sites: CreateOmbrixClient, .*, ReadFile, .*, DriveCallback\)$/ });
+  assert.throws(() => emu.injectFault('ReadFile', 'explode'),
+    { message: 'unknown fault kind "explode" (valid kinds: empty, throw)' });
+  assert.throws(() => emu.injectWeakLockFailure('NoSuchType'),
+    { message: /^unknown contract type "NoSuchType" \(valid types: .*\bAccountTool\b.*\)$/ });
+  emu.injectFault('CreateOmbrixClient', 'throw');
+  emu.injectFault('CreateOmbrixClient', 'empty');
+  emu.injectWeakLockFailure('AccountTool');
+  emu.injectThreadCreateFailure();
+  assert.equal(emu.clearFaults(), 4);
+  assert.equal(emu.clearFaults(), 0);
+  assert.equal(ombrix.createOmbrixClient({ serverName: 'unfaulted' }).constructor.name, 'OmbrixClient');
+});
+
 test('tool factories resolve with tools or reject with a bare string', async () => {
   const client = ombrix.createOmbrixClient({ serverName: 'tools' });
   const file = await client.createRemoteFileTool();

@@ -80,3 +80,33 @@ test('terminating a worker mid-call: its calls are released unanswered, the main
   assert.deepEqual(log, [['language', 2], ['dismissAll'], ['stop']]);
   assert.equal(emu.chat.streamEvents(drives.stream).length, streamed);  // the worker's stream has stopped
 });
+
+test("a worker's client takes over no drive of the main thread's; { client } names it", async () => {
+  const heard = [];
+  const main = ombrix.createOmbrixClient({ serverName: 'main-drives' },
+    { setLanguageCode: async (code) => { heard.push(['main', code]); return { code: 0 }; } });
+  const worker = new Worker(`
+    const ombrix = require(${JSON.stringify(require.resolve('..'))});
+    const { parentPort } = require('worker_threads');
+    globalThis.client = ombrix.createOmbrixClient({ serverName: 'worker-drives' },
+      { setLanguageCode: async (code) => { parentPort.postMessage(code); return { code: 0 }; } });
+    parentPort.postMessage('ready');
+  `, { eval: true });
+  const messages = [];
+  worker.on('message', (message) => messages.push(message));
+  await waitFor(() => messages.includes('ready'), { what: "the worker's client" });
+
+  const live = emu.clients().filter((c) => c.serverName.endsWith('-drives'));
+  assert.deepEqual(live.map((c) => [c.serverName, c.thisThread]), [['main-drives', true], ['worker-drives', false]]);
+  assert.ok(live[0].id < live[1].id, 'ids count up');
+  assert.equal((await emu.chat.setLanguageCode(3)).code, 0);
+  assert.equal((await emu.chat.setLanguageCode(4, { client: 'worker-drives' })).code, 0);
+  assert.equal((await emu.chat.setLanguageCode(5, { client: live[1].id })).code, 0);
+  assert.equal((await emu.chat.setLanguageCode(6, { client: live[0].id })).code, 0);
+  assert.deepEqual(heard, [['main', 3], ['main', 6]]);
+  assert.deepEqual(messages, ['ready', 4, 5]);
+  await assert.rejects(emu.chat.setLanguageCode(1, { client: 'nobody' }),
+    { message: /^no live client is "nobody" \(live clients: .*client \d+ \("main-drives"\), client \d+ \("worker-drives"\)\)$/ });
+  await worker.terminate();
+  main.close();
+});

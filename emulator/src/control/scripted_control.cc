@@ -23,7 +23,8 @@ bool ParseRecord(const std::string& text, Json* out) {
 // A JSON array of names as a list for a message: "a, b, c".
 std::string ListText(const std::string& arrayJson) {
   std::string text;
-  for (const Json& name : Json::Parse(arrayJson).AsArray()) {
+  const Json names = Json::Parse(arrayJson);
+  for (const Json& name : names.AsArray()) {
     text += (text.empty() ? "" : ", ") + name.AsString();
   }
   return text;
