@@ -744,10 +744,16 @@ export interface ToolService {
 // Services the application implements: shared result shapes
 // ---------------------------------------------------------------------------
 
+/**
+ * A result's code: a ResultCode, or any other number, which reaches the SDK as it is (read as unsigned 32-bit).
+ * Plain numbers are accepted so that `return { code: 0 }` type-checks where no result type is in context.
+ */
+export type ResultCodeNumber = ResultCode | (number & {});
+
 /** What a chat request fulfils with; without a numeric code the SDK sees ERROR_OPERATION_FAILED. */
 export interface OperationResult {
   /** Outcome; SUCCESS is 0. */
-  code: ResultCode;
+  code: ResultCodeNumber;
   /** Failure text passed to the SDK. */
   errorMessage?: string;
 }
@@ -755,7 +761,7 @@ export interface OperationResult {
 /** What a notification or audit request fulfils with; a missing code counts as SUCCESS. */
 export interface SuccessByDefaultResult {
   /** Outcome; absent means SUCCESS. A non-number code makes the request never answer. */
-  code?: ResultCode;
+  code?: ResultCodeNumber;
   /** Failure text passed to the SDK. */
   errorMessage?: string;
 }
@@ -966,29 +972,33 @@ export interface GetInfoResult extends SuccessByDefaultResult {
 
 /**
  * The application's chat session manager (second argument of createOmbrixClient).
- * Every request method returns a Promise: a missing method, a non-function or another return value reaches the SDK
- * as ERROR_OPERATION_FAILED with "<method> method not found", "<method> is not a function" or
- * "<method> did not return a Promise"; a rejection as ERROR_OPERATION_FAILED with its message or "Unknown error".
+ * The module refuses only a non-object; every method is looked up when the SDK calls it, so each may be left out.
+ * A missing method, a non-function or another return value reaches the SDK as ERROR_OPERATION_FAILED with
+ * "<method> method not found", "<method> is not a function" or "<method> did not return a Promise";
+ * a rejection as ERROR_OPERATION_FAILED with its message or "Unknown error".
  */
 export interface ChatSessionManager {
   /** Sets the language of the chat. */
-  setLanguageCode(language: LanguageCode): Promise<OperationResult>;
+  setLanguageCode?(language: LanguageCode): Promise<OperationResult>;
   /** Creates a session for the given runtime. */
-  createSession(mode: ChatMode): Promise<CreateSessionResult>;
+  createSession?(mode: ChatMode): Promise<CreateSessionResult>;
   /** Lists the sessions. */
-  getSessions(): Promise<GetSessionsResult>;
+  getSessions?(): Promise<GetSessionsResult>;
 }
 
-/** One of the application's chat sessions; its requests are answered like ChatSessionManager's. */
+/**
+ * One of the application's chat sessions; its requests are answered like ChatSessionManager's, and each member may be
+ * left out (a missing request method fails that request, a missing setObserver is skipped).
+ */
 export interface ChatSession {
   /** Read when the session is handed to the SDK: its cached info until getInfo succeeds. */
   sessionInfo?: ChatSessionInfo;
   /** Describes the session; a success replaces the SDK's cached info. */
-  getInfo(): Promise<GetInfoResult>;
+  getInfo?(): Promise<GetInfoResult>;
   /** Renames the session. */
-  setTitle(title: string): Promise<OperationResult>;
+  setTitle?(title: string): Promise<OperationResult>;
   /** Answers content through stream; absent SDK objects and an empty attachment list or extra text arrive as undefined. */
-  sendChat(
+  sendChat?(
     content: string,
     stream: ChatResponseStream | undefined,
     confirm: ChatConfirm | undefined,
@@ -996,9 +1006,9 @@ export interface ChatSession {
     extra: string | undefined,
   ): Promise<OperationResult>;
   /** Stops the running answer. */
-  stop(): Promise<OperationResult>;
+  stop?(): Promise<OperationResult>;
   /** Deletes the session. */
-  delete(): Promise<OperationResult>;
+  delete?(): Promise<OperationResult>;
   /** Receives the observer to report info changes to, or null when the SDK clears it. */
   setObserver?(observer: ChatSessionObserver | null): void;
 }
@@ -1047,19 +1057,20 @@ export interface NotificationObserver {
 
 /**
  * The application's notification service (third argument of createOmbrixClient).
- * A missing or non-function request method reaches the SDK as ERROR_OPERATION_FAILED with "<method> method not found".
+ * The module refuses only a non-object; each method may be left out: a missing or non-function request method
+ * reaches the SDK as ERROR_OPERATION_FAILED with "<method> method not found", a missing setObserver is skipped.
  */
 export interface NotificationService {
   /** Receives a new observer object each time the SDK installs one. */
   setObserver?(observer: NotificationObserver): void;
   /** Lists the notifications. */
-  getNotifications(): Promise<GetNotificationsResult>;
+  getNotifications?(): Promise<GetNotificationsResult>;
   /** Marks a notification as read. */
-  markAsRead(id: string): Promise<SuccessByDefaultResult>;
+  markAsRead?(id: string): Promise<SuccessByDefaultResult>;
   /** Dismisses a notification. */
-  dismiss(id: string): Promise<SuccessByDefaultResult>;
+  dismiss?(id: string): Promise<SuccessByDefaultResult>;
   /** Dismisses every notification. */
-  dismissAll(): Promise<SuccessByDefaultResult>;
+  dismissAll?(): Promise<SuccessByDefaultResult>;
 }
 
 // ---------------------------------------------------------------------------
@@ -1122,27 +1133,28 @@ export interface AuditSessionObserver {
 
 /**
  * The application's audit session manager (argument of OmbrixClient.setAuditManager).
- * A missing or non-function request method reaches the SDK as ERROR_OPERATION_FAILED with "<method> method not found".
+ * The module refuses only a non-object; each method may be left out: a missing or non-function request method
+ * reaches the SDK as ERROR_OPERATION_FAILED with "<method> method not found" (and a WARNING log line).
  */
 export interface AuditSessionManager {
   /** Creates an audit session. */
-  createSession(): Promise<CreateAuditSessionResult>;
+  createSession?(): Promise<CreateAuditSessionResult>;
   /** Lists the audit sessions. */
-  getSessions(): Promise<GetAuditSessionsResult>;
+  getSessions?(): Promise<GetAuditSessionsResult>;
 }
 
-/** One of the application's audit sessions; its requests are answered like AuditSessionManager's. */
+/** One of the application's audit sessions; its requests are answered like AuditSessionManager's, and each may be left out. */
 export interface AuditSession {
   /** Read when the session is handed to the SDK: its cached info until getInfo succeeds. */
   sessionInfo?: AuditSessionInfo;
   /** Describes the session; a success refreshes the SDK's cached info. */
-  getInfo(): Promise<GetAuditInfoResult>;
+  getInfo?(): Promise<GetAuditInfoResult>;
   /** Starts recording with the SDK's options text. */
-  start(options: string): Promise<SuccessByDefaultResult>;
+  start?(options: string): Promise<SuccessByDefaultResult>;
   /** Stops recording. */
-  stop(): Promise<SuccessByDefaultResult>;
+  stop?(): Promise<SuccessByDefaultResult>;
   /** Produces the report. */
-  getReport(): Promise<GetAuditReportResult>;
+  getReport?(): Promise<GetAuditReportResult>;
   /** Receives the observer to report recording events to, or null when the SDK clears it. */
   setObserver?(observer: AuditSessionObserver | null): void;
 }

@@ -34,6 +34,7 @@ class Notifications {
 // An audit session records the screen between start and stop, then reports.
 function auditSession(id) {
   let observer = null;
+  /** @type {import('ombrix_addon').AuditSessionInfo} */
   const info = { sessionId: id, status: ombrix.AuditSessionStatus.CREATED, createdAt: Date.now() };
   return {
     sessionInfo: info,

@@ -153,7 +153,8 @@ async function notificationsAndAudit() {
     list: [{ id: 'n1', title: 'Build finished', content: 'all green', isRead: false }],
     async getNotifications() { return { notifications: this.list }; },
     async markAsRead(id) {
-      this.list.find((n) => n.id === id).isRead = true;
+      const found = this.list.find((n) => n.id === id);
+      if (found) found.isRead = true;
       return {};
     },
     async dismiss(id) {

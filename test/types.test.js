@@ -6,7 +6,9 @@ const { spawnSync } = require('child_process');
 const fs = require('fs');
 const path = require('path');
 
-const { root, collectAfterAll, clientIn } = require('./helpers');
+const { pathToFileURL } = require('url');
+
+const { root, collectAfterAll, clientIn, runNode, scripted } = require('./helpers');
 
 let ts = null;
 try {
@@ -19,6 +21,11 @@ const skip = ts ? false : 'typescript is not installed (it is a devDependency: r
 const declarationFile = path.join(root, 'index.d.ts');
 const usageDir = path.join(root, 'test', 'types');
 
+function tsc(...args) {
+  const bin = path.join(path.dirname(require.resolve('typescript/package.json')), 'bin', 'tsc');
+  return spawnSync(process.execPath, [bin, ...args], { cwd: root, encoding: 'utf8' });
+}
+
 test('typed usage compiles and every deliberate misuse is a compile error', { skip }, () => {
   const usageFiles = fs.readdirSync(usageDir).filter((f) => f.endsWith('.ts')).map((f) => path.join(usageDir, f));
   assert.ok(usageFiles.length > 0, 'no usage files in test/types');
@@ -28,16 +35,41 @@ test('typed usage compiles and every deliberate misuse is a compile error', { sk
   const config = ts.readConfigFile(path.join(usageDir, 'tsconfig.json'), ts.sys.readFile);
   assert.equal(config.config.compilerOptions.strict, true, 'the usage files are compiled in strict mode');
 
-  const tsc = path.join(path.dirname(require.resolve('typescript/package.json')), 'bin', 'tsc');
-  const run = spawnSync(process.execPath,
-    [tsc, '--noEmit', '--listFiles', '--pretty', 'false', '-p', path.join('test', 'types', 'tsconfig.json')],
-    { cwd: root, encoding: 'utf8' });
+  const run = tsc('--noEmit', '--listFiles', '--pretty', 'false', '-p', path.join('test', 'types', 'tsconfig.json'));
   const output = `${run.stdout}${run.stderr}`;
   assert.equal(run.status, 0, `tsc failed:\n${output}`);
   // A tsconfig that matched nothing would pass as well: the files must have been compiled.
   const compiled = new Set(run.stdout.split('\n').filter(Boolean).map((f) => fs.realpathSync(f.trim())));
   for (const file of [declarationFile, ...usageFiles]) {
     assert.ok(compiled.has(fs.realpathSync(file)), `${path.relative(root, file)} was not compiled`);
+  }
+});
+
+// An application's code, not ours: the JavaScript examples through their JSDoc
+// (examples/tsconfig.json) and the strict ES module app in examples/typescript.
+test('the examples type-check against the declarations', { skip }, () => {
+  const run = tsc('--noEmit', '--listFiles', '--pretty', 'false', '-p', path.join('examples', 'tsconfig.json'));
+  assert.equal(run.status, 0, `tsc failed:\n${run.stdout}${run.stderr}`);
+  const compiled = new Set(run.stdout.split('\n').filter(Boolean).map((f) => fs.realpathSync(f.trim())));
+  const examples = path.join(root, 'examples');
+  for (const file of fs.readdirSync(examples).filter((f) => f.endsWith('.js'))) {
+    assert.ok(compiled.has(fs.realpathSync(path.join(examples, file))), `examples/${file} was not checked`);
+  }
+});
+
+test('the TypeScript app in examples/typescript compiles strictly and runs to its end', { skip }, async () => {
+  const out = fs.mkdtempSync(path.join(root, 'build', 'typescript-example-'));
+  try {
+    const run = tsc('--pretty', 'false', '-p', path.join('examples', 'typescript', 'tsconfig.json'), '--outDir', out);
+    assert.equal(run.status, 0, `tsc failed:\n${run.stdout}${run.stderr}`);
+    if (scripted) return;  // it drives the substitute SDK
+    const app = JSON.stringify(pathToFileURL(path.join(out, 'app.mjs')).href);
+    const { code, signal, stdout, stderr, timedOut } = await runNode(`import(${app})`, { timeoutMs: 60000 });
+    assert.equal(timedOut, false, `the app did not end by itself\n${stdout}\n${stderr}`);
+    assert.deepEqual([code, signal, stderr], [0, null, ''], stdout);
+    assert.match(stdout, /cancelled: 1, settled: 1, abandoned: 0/);
+  } finally {
+    fs.rmSync(out, { recursive: true, force: true });
   }
 });
 

@@ -22,8 +22,12 @@ createOmbrixClient({ serverName: 5 });
 createOmbrixClient({});
 // @ts-expect-error the config has no other keys
 createOmbrixClient({ serverName: 's', port: 443 });
-// @ts-expect-error the chat session manager must implement every request
+// A service may leave methods out: the module answers a missing one with a failure.
 createOmbrixClient({ serverName: 's' }, { createSession: async () => ({ code: 0 }) });
+// @ts-expect-error the chat session manager is an object, not a primitive
+createOmbrixClient({ serverName: 's' }, 'manager');
+// @ts-expect-error a method it has must return a Promise of a result
+createOmbrixClient({ serverName: 's' }, { createSession: () => ({ code: 0 }) });
 
 async function tools(): Promise<void> {
   const account: AccountTool = await client.createAccountTool();
@@ -56,8 +60,9 @@ client.setObserver({ onToolServiceDisconnected: (reason: string) => reason });
 client.setAuditManager(auditManager);
 client.setAuditManager(null);
 client.setAuditManager();
-// @ts-expect-error an audit manager implements createSession and getSessions
 client.setAuditManager({ createSession: async () => ({}) });
+// @ts-expect-error an audit manager's methods are its own: a misspelt one is no audit manager
+client.setAuditManager({ createSessions: async () => ({}) });
 
 async function fernwick(): Promise<void> {
   const workspace: string = await client.getFernwickWorkspace();
