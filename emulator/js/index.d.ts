@@ -1,7 +1,10 @@
 // The control surface of the substitute SDK: `require('ombrix_addon/emulator')`.
 // For tests, examples and benchmarks; an application never ships it.
 // Records are what the SDK side received, decoded to JSON: enumerations are
-// their numbers, 64-bit integers plain numbers, and absent texts empty.
+// their numbers, 64-bit integers plain numbers, and absent texts empty. The
+// types describe what a working application's answers give; where the SDK
+// reports null instead (an unknown id, an answer without the record), the
+// member's comment says so.
 
 declare namespace emulator {
   /** 'loopback': every tool does real work here; 'scripted': tool calls wait for the test. */
@@ -62,8 +65,13 @@ declare namespace emulator {
     errorMessage: string | null;
   }
 
-  /** The report of a drive whose callback receives `Record`. */
-  type Report<R = {}> = (Outcome & R & DriveMeta) | DroppedReport | NoCallbackReport;
+  /**
+   * The report of a drive whose callback received `R`, typed for the callback
+   * that ran. A callback the SDK released unanswered reports only
+   * `{ dropped: true, calls: 0 }`, and one hostile mode did not pass only
+   * `{ noCallback: true }`: check those flags before reading the rest.
+   */
+  type Report<R = {}> = Outcome & R & DriveMeta & Partial<DroppedReport & NoCallbackReport>;
 
   /** A drive that returns at once: its id, and its report once the callback has run. */
   interface StartedDrive<R = {}> {
@@ -74,8 +82,8 @@ declare namespace emulator {
   /** A session the SDK now holds, by the id later calls name it with. */
   interface HeldSession<Info> {
     id: number;
-    /** What the session had cached when it reached the SDK. */
-    cachedInfo: Info | null;
+    /** What the session had cached when it reached the SDK (null when it had nothing). */
+    cachedInfo: Info;
   }
 
   interface ChatSessionInfoRecord {
@@ -90,14 +98,31 @@ declare namespace emulator {
     chatMode: number;
   }
 
-  /** What the SDK's side of a chat stream received, in order. */
-  type StreamEvent =
-    | { event: 'chunk'; type: number; eventId: string; role: string; content: string; createdAt: number;
-        attachments: object[]; suggestions: object[]; attachmentsNull?: boolean }
-    | { event: 'toolCall'; call: Record<string, unknown>; index: number }
-    | { event: 'todos'; count: number; todos: object[] }
-    | { event: 'usage'; usage: Record<string, unknown> }
-    | { event: 'end' };
+  /**
+   * What the SDK's side of a chat stream received, in order. `event` says
+   * which call it was, and which of the other fields it has.
+   */
+  interface StreamEvent {
+    event: 'chunk' | 'toolCall' | 'todos' | 'usage' | 'end';
+    /** chunk: the chunk's fields. */
+    type?: number;
+    eventId?: string;
+    role?: string;
+    content?: string;
+    createdAt?: number;
+    attachments?: object[];
+    suggestions?: object[];
+    /** chunk: true when the chunk had no attachment list. */
+    attachmentsNull?: boolean;
+    /** toolCall: the call, and the index `cancelToolCall` names it by. */
+    call?: Record<string, unknown>;
+    index?: number;
+    /** todos: how many, and the items. */
+    count?: number;
+    todos?: object[];
+    /** usage: the usage record. */
+    usage?: Record<string, unknown>;
+  }
 
   /** A confirmation request the application made of the SDK. */
   interface ConfirmRequestRecord {
@@ -219,10 +244,10 @@ declare namespace emulator {
   }
 
   interface SentChat extends StartedDrive {
-    /** The stream's id for `streamEvents`/`cancelToolCall` (absent with `stream: false`). */
-    stream?: number;
-    /** The requester's id for `confirmRequests`/`answerConfirm` (absent with `confirm: false`). */
-    confirm?: number;
+    /** The stream's id for `streamEvents`/`cancelToolCall` (undefined with `stream: false`). */
+    stream: number;
+    /** The requester's id for `confirmRequests`/`answerConfirm` (undefined with `confirm: false`). */
+    confirm: number;
   }
 
   interface Chat {
@@ -233,14 +258,14 @@ declare namespace emulator {
      */
     setLanguageCode(language: number, options?: ClientOption & { noCallback?: false }): Promise<Report>;
     setLanguageCode(language: number, options: ClientOption & { noCallback: true }): {};
-    /** The SDK asks the manager for a session of `mode`. */
-    createSession(mode: number, options?: ClientOption): Promise<Report<{ session: HeldSession<ChatSessionInfoRecord> | null }>>;
+    /** The SDK asks the manager for a session of `mode` (`session` is null when it answered none). */
+    createSession(mode: number, options?: ClientOption): Promise<Report<{ session: HeldSession<ChatSessionInfoRecord> }>>;
     /** The SDK asks the manager for its sessions (null when it gave no list). */
-    getSessions(options?: ClientOption): Promise<Report<{ sessions: HeldSession<ChatSessionInfoRecord>[] | null }>>;
-    /** The session's cached info, read by the SDK synchronously. @throws for an unknown session */
-    getCachedInfo(session: number): ChatSessionInfoRecord | null;
-    /** The SDK asks the session for its info. */
-    getInfo(session: number): Promise<Report<{ info: ChatSessionInfoRecord | null }>>;
+    getSessions(options?: ClientOption): Promise<Report<{ sessions: HeldSession<ChatSessionInfoRecord>[] }>>;
+    /** The session's cached info, read by the SDK synchronously (null when none). @throws for an unknown session */
+    getCachedInfo(session: number): ChatSessionInfoRecord;
+    /** The SDK asks the session for its info (null when it answered none). */
+    getInfo(session: number): Promise<Report<{ info: ChatSessionInfoRecord }>>;
     /** The SDK renames the session; null passes a null pointer. */
     setTitle(session: number, title: string | null): Promise<Report>;
     /** Returns at once; `done` resolves with the report while stream and confirmations can be inspected. */
@@ -250,30 +275,34 @@ declare namespace emulator {
     /** The SDK deletes the session. */
     delete(session: number): Promise<Report>;
     /** Registers an SDK observer (false clears it); resolves with its id (null for false) once the session has it. */
-    setObserver(session: number, attach?: boolean): Promise<number | null>;
+    setObserver(session: number, attach?: true): Promise<number>;
+    setObserver(session: number, attach: false): Promise<null>;
+    setObserver(session: number, attach: boolean): Promise<number | null>;
     /** The SDK drops its reference to the session; in effect on return. */
     release(session: number): void;
     /** The SDK drops every session, stream, confirmation and observer it holds; returns how many sessions. */
     releaseAll(): number;
     /** What the SDK's side of a stream received, in order (null for an unknown id). */
-    streamEvents(stream: number): StreamEvent[] | null;
+    streamEvents(stream: number): StreamEvent[];
     /** The SDK cancels the stream's tool call number `index`; false when there is none. */
     cancelToolCall(stream: number, index: number): boolean;
     /** The confirmation requests made of the SDK (null for an unknown id). */
-    confirmRequests(confirm: number): ConfirmRequestRecord[] | null;
+    confirmRequests(confirm: number): ConfirmRequestRecord[];
     /** Answers request `request` from an SDK thread. @throws "no unanswered request" when it has none */
     answerConfirm(confirm: number, request: number, response: string | object): void;
     /** What the SDK observer was told (null for an unknown id). */
-    observerEvents(observer: number): ChatObserverEvent[] | null;
+    observerEvents(observer: number): ChatObserverEvent[];
     /** `threads` SDK threads make `calls` setLanguageCode calls each, at once. */
     storm(threads: number, calls: number, options?: ClientOption): Promise<StormResult>;
   }
 
   interface Notification {
-    /** Hands the service a new SDK observer (false: an empty one); resolves with its id (or null) once the service has it. */
-    setObserver(attach?: boolean, options?: NotificationOptions): Promise<number | null>;
+    /** Hands the service a new SDK observer (false: an empty one); resolves with its id (null for false) once the service has it. */
+    setObserver(attach?: true, options?: NotificationOptions): Promise<number>;
+    setObserver(attach: false, options?: NotificationOptions): Promise<null>;
+    setObserver(attach: boolean, options?: NotificationOptions): Promise<number | null>;
     /** The SDK lists the notifications (null when it got no list). */
-    getNotifications(options?: NotificationOptions): Promise<Report<{ notifications: NotificationRecordJson[] | null }>>;
+    getNotifications(options?: NotificationOptions): Promise<Report<{ notifications: NotificationRecordJson[] }>>;
     /** The SDK marks a notification read; null passes a null pointer. */
     markAsRead(id: string | null, options?: NotificationOptions): Promise<Report>;
     /** The SDK dismisses a notification; null passes a null pointer. */
@@ -283,7 +312,7 @@ declare namespace emulator {
     /** The SDK keeps the client's service beyond the client's life; returns the id `{ service }` names it by. */
     hold(options?: ClientOption): number;
     /** What the SDK observer was told (null for an unknown id). */
-    observerEvents(observer: number): NotificationObserverEvent[] | null;
+    observerEvents(observer: number): NotificationObserverEvent[];
     /** The SDK drops its observer; in effect on return. */
     release(observer: number): void;
     /** The SDK drops every observer and held service; returns how many observers. */
@@ -291,24 +320,26 @@ declare namespace emulator {
   }
 
   interface Audit {
-    /** The SDK asks the manager for a new audit session. */
-    createSession(options?: ClientOption): Promise<Report<{ session: HeldSession<AuditSessionInfoRecord> | null }>>;
+    /** The SDK asks the manager for a new audit session (`session` is null when it answered none). */
+    createSession(options?: ClientOption): Promise<Report<{ session: HeldSession<AuditSessionInfoRecord> }>>;
     /** The SDK asks the manager for its sessions (null when it gave no list). */
-    getSessions(options?: ClientOption): Promise<Report<{ sessions: HeldSession<AuditSessionInfoRecord>[] | null }>>;
-    /** The session's cached info, read synchronously. @throws for an unknown session */
-    getCachedInfo(session: number): AuditSessionInfoRecord | null;
-    /** The SDK asks the session for its info. */
-    getInfo(session: number): Promise<Report<{ info: AuditSessionInfoRecord | null }>>;
+    getSessions(options?: ClientOption): Promise<Report<{ sessions: HeldSession<AuditSessionInfoRecord>[] }>>;
+    /** The session's cached info, read synchronously (null when none). @throws for an unknown session */
+    getCachedInfo(session: number): AuditSessionInfoRecord;
+    /** The SDK asks the session for its info (null when it answered none). */
+    getInfo(session: number): Promise<Report<{ info: AuditSessionInfoRecord }>>;
     /** The SDK starts recording; `options` is its text argument, null a null pointer. */
     start(session: number, options?: string | null): Promise<Report>;
     /** The SDK stops recording. */
     stop(session: number): Promise<Report>;
     /** The SDK asks for the session's report. */
     getReport(session: number): Promise<Report<{ report: AuditReportRecord }>>;
-    /** Registers an SDK observer (false clears it); resolves with its id (or null) once the session has it. */
-    setObserver(session: number, attach?: boolean): Promise<number | null>;
+    /** Registers an SDK observer (false clears it); resolves with its id (null for false) once the session has it. */
+    setObserver(session: number, attach?: true): Promise<number>;
+    setObserver(session: number, attach: false): Promise<null>;
+    setObserver(session: number, attach: boolean): Promise<number | null>;
     /** What the SDK observer was told (null for an unknown id). */
-    observerEvents(observer: number): AuditObserverEvent[] | null;
+    observerEvents(observer: number): AuditObserverEvent[];
     /** The SDK drops the session; in effect on return. */
     release(session: number): void;
     /** The SDK drops every audit session and observer; returns how many sessions. */
