@@ -292,36 +292,47 @@ export interface FernwickManagerHandle {
   readonly [fernwickManagerHandle]: never;
 }
 
+/**
+ * What a tool factory of OmbrixClient rejects with when the SDK gives no tool: the bare string, not an Error, so it
+ * has no `code`; test `typeof reason === 'string'`.
+ */
+export type FactoryRejection =
+  | 'Failed to create AccountTool'
+  | 'Failed to create RemoteFileTransfer'
+  | 'Failed to create RemoteControlTool'
+  | 'Failed to create RemoteFileTool'
+  | 'Failed to create RemoteShellTool';
+
 /** The agent client; made by createOmbrixClient and kept alive (with the process) until collected. */
 export interface OmbrixClient {
   /**
    * Creates the account tool.
    * @throws {Error} "Client is not initialized"
-   * @rejects {string} "Failed to create AccountTool"
+   * @rejects {FactoryRejection} "Failed to create AccountTool"
    */
   createAccountTool(): Promise<AccountTool>;
   /**
    * Creates the remote file transfer tool.
    * @throws {Error} "Client is not initialized"
-   * @rejects {string} "Failed to create RemoteFileTransfer"
+   * @rejects {FactoryRejection} "Failed to create RemoteFileTransfer"
    */
   createRemoteFileTransferTool(): Promise<RemoteFileTransferTool>;
   /**
    * Creates the remote control tool.
    * @throws {Error} "Client is not initialized"
-   * @rejects {string} "Failed to create RemoteControlTool"
+   * @rejects {FactoryRejection} "Failed to create RemoteControlTool"
    */
   createRemoteControlTool(): Promise<RemoteControlTool>;
   /**
    * Creates the remote file tool.
    * @throws {Error} "Client is not initialized"
-   * @rejects {string} "Failed to create RemoteFileTool"
+   * @rejects {FactoryRejection} "Failed to create RemoteFileTool"
    */
   createRemoteFileTool(): Promise<RemoteFileTool>;
   /**
    * Creates the remote shell tool.
    * @throws {Error} "Client is not initialized"
-   * @rejects {string} "Failed to create RemoteShellTool"
+   * @rejects {FactoryRejection} "Failed to create RemoteShellTool"
    */
   createRemoteShellTool(): Promise<RemoteShellTool>;
   /**
