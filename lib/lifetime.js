@@ -11,7 +11,7 @@ class Lifetime {
   #shutdown = new AbortController();
   /** @type {Set<{ cancellable: boolean }>} */
   #pending = new Set();
-  /** @type {Set<() => void>} */
+  /** @type {Set<(entry: { cancellable: boolean }) => void>} */
   #onSettle = new Set();
   #closing = null;
 
@@ -67,7 +67,7 @@ class Lifetime {
     const settle = () => {
       this.#pending.delete(entry);
       if (unlink) unlink();
-      for (const wake of this.#onSettle) wake();
+      for (const wake of this.#onSettle) wake(entry);
     };
     // Observes the call without taking its rejection: the caller still sees it.
     promise.then(settle, settle);
@@ -99,15 +99,17 @@ class Lifetime {
   }
 
   #settleWithin(waiting, graceMs) {
-    const open = () => [...waiting].some((entry) => this.#pending.has(entry));
-    if (!open()) return Promise.resolve();
+    let open = [...waiting].filter((entry) => this.#pending.has(entry)).length;
+    if (open === 0) return Promise.resolve();
     return new Promise((resolve) => {
       const done = () => {
         clearTimeout(timer);
         this.#onSettle.delete(check);
         resolve();
       };
-      const check = () => { if (!open()) done(); };
+      const check = (entry) => {
+        if (waiting.has(entry) && --open === 0) done();
+      };
       // Unref'd: the grace period alone never keeps the process up.
       const ms = Number(graceMs);
       const timer = ms === Infinity ? undefined : setTimeout(done, Math.min(Math.max(0, ms || 0), MAX_TIMEOUT));
