@@ -22,7 +22,7 @@ function decodePlacement(placement) {
   const view = new DataView(placement.buffer, placement.byteOffset, PLACEMENT_SIZE);
   const u32 = (offset) => view.getUint32(offset, true);
   const i32 = (offset) => view.getInt32(offset, true);
-  if (u32(0) !== PLACEMENT_SIZE) throw outOfRange(`A placement's length field is ${PLACEMENT_SIZE}, not ${u32(0)}`);
+  if (u32(0) !== PLACEMENT_SIZE) throw outOfRange(`A placement's length field must be ${PLACEMENT_SIZE}, not ${u32(0)}`);
   return {
     flags: u32(4),
     showState: u32(8),
@@ -55,22 +55,16 @@ function unsigned(object, key, where) {
 function encodePlacement(placement) {
   if (placement === null || typeof placement !== 'object') throw invalid('Expected (placement: object)');
   const buffer = Buffer.alloc(PLACEMENT_SIZE);
-  const words = [
-    [0, PLACEMENT_SIZE, false],
-    [4, unsigned(placement, 'flags', 'placement'), false],
-    [8, unsigned(placement, 'showState', 'placement'), false],
-    [12, signed(placement.minPosition, 'x', 'minPosition')],
-    [16, signed(placement.minPosition, 'y', 'minPosition')],
-    [20, signed(placement.maxPosition, 'x', 'maxPosition')],
-    [24, signed(placement.maxPosition, 'y', 'maxPosition')],
-    [28, signed(placement.normalPosition, 'left', 'normalPosition')],
-    [32, signed(placement.normalPosition, 'top', 'normalPosition')],
-    [36, signed(placement.normalPosition, 'right', 'normalPosition')],
-    [40, signed(placement.normalPosition, 'bottom', 'normalPosition')],
-  ];
-  for (const [offset, value, isSigned = true] of words) {
-    if (isSigned) buffer.writeInt32LE(value, offset);
-    else buffer.writeUInt32LE(value, offset);
+  buffer.writeUInt32LE(PLACEMENT_SIZE, 0);
+  buffer.writeUInt32LE(unsigned(placement, 'flags', 'placement'), 4);
+  buffer.writeUInt32LE(unsigned(placement, 'showState', 'placement'), 8);
+  let offset = 12;
+  for (const [where, keys] of [['minPosition', ['x', 'y']], ['maxPosition', ['x', 'y']],
+    ['normalPosition', ['left', 'top', 'right', 'bottom']]]) {
+    for (const key of keys) {
+      buffer.writeInt32LE(signed(placement[where], key, where), offset);
+      offset += 4;
+    }
   }
   return buffer;
 }
