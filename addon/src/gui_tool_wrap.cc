@@ -11,10 +11,21 @@ namespace ombrix_addon {
 namespace {
 
 // Arguments are not checked up front: a missing or mistyped one fails in its
-// Node-API conversion, whose error is thrown as is.
+// Node-API conversion, whose error is thrown as is, coded like every argument
+// error of the module so that programs can tell it from the others.
+template <class Convert>
+auto Converted(Convert&& convert) -> decltype(convert()) {
+  try {
+    return convert();
+  } catch (Napi::Error& error) {
+    if (error.Value().IsObject()) error.Set("code", code::kInvalidArgument);
+    throw;
+  }
+}
+
 WindowSystem::Handle HandleArg(const Napi::CallbackInfo& info, size_t index) {
   bool lossless = false;  // ignored: the low 64 bits are the handle
-  return info[index].As<Napi::BigInt>().Uint64Value(&lossless);
+  return Converted([&] { return info[index].As<Napi::BigInt>().Uint64Value(&lossless); });
 }
 
 Napi::Value HandleValue(Napi::Env env, WindowSystem::Handle handle) {
@@ -22,13 +33,19 @@ Napi::Value HandleValue(Napi::Env env, WindowSystem::Handle handle) {
 }
 
 uint32_t U32Arg(const Napi::CallbackInfo& info, size_t index) {
-  return info[index].As<Napi::Number>().Uint32Value();
+  return Converted([&] { return info[index].As<Napi::Number>().Uint32Value(); });
+}
+
+int32_t I32Arg(const Napi::CallbackInfo& info, size_t index) {
+  return Converted([&] { return info[index].As<Napi::Number>().Int32Value(); });
 }
 
 // Any Buffer or other ArrayBufferView.
 void BufferArg(const Napi::CallbackInfo& info, size_t index, void** data, size_t* length) {
-  napi_status status = napi_get_buffer_info(info.Env(), info[index], data, length);
-  if (status != napi_ok) throw Napi::Error::New(info.Env());
+  Converted([&] {
+    napi_status status = napi_get_buffer_info(info.Env(), info[index], data, length);
+    if (status != napi_ok) throw Napi::Error::New(info.Env());
+  });
 }
 
 }  // namespace
@@ -124,7 +141,7 @@ Napi::Value GuiTool::IsAltTabWindow(const Napi::CallbackInfo& info) {
 
 Napi::Value GuiTool::ShowWindow(const Napi::CallbackInfo& info) {
   const WindowSystem::Handle window = HandleArg(info, 0);
-  const int32_t command = info[1].As<Napi::Number>().Int32Value();
+  const int32_t command = I32Arg(info, 1);
   return Napi::Boolean::New(info.Env(), windows_.Show(window, command));
 }
 

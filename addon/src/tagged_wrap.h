@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <vector>
 
 #include <napi.h>
 
@@ -47,6 +48,31 @@ class TaggedWrap : public Napi::ObjectWrap<T> {
     Napi::Object object = value.As<Napi::Object>();
     if (!object.CheckTypeTag(Tag())) return nullptr;
     return Napi::ObjectWrap<T>::Unwrap(object);
+  }
+
+  // Members go on the prototype as plain functions rather than through the
+  // class template: the template's receiver check would throw the engine's
+  // own, uncoded "Illegal invocation" before Call<M> could throw the coded one.
+  static Napi::Function DefineClass(Napi::Env env, const char* name,
+                                    const std::vector<Napi::ClassPropertyDescriptor<T>>& members) {
+    Napi::Function constructor = Napi::ObjectWrap<T>::DefineClass(env, name, {});
+    std::vector<napi_property_descriptor> descriptors;
+    descriptors.reserve(members.size());
+    for (const Napi::ClassPropertyDescriptor<T>& member : members) {
+      descriptors.push_back(static_cast<const napi_property_descriptor&>(member));
+    }
+    // "constructor" goes last again, where a class template puts it.
+    napi_property_descriptor back{};
+    back.utf8name = "constructor";
+    back.value = constructor;
+    back.attributes = static_cast<napi_property_attributes>(napi_writable | napi_configurable);
+    descriptors.push_back(back);
+    Napi::Object prototype = constructor.Get("prototype").As<Napi::Object>();
+    prototype.Delete("constructor");
+    NAPI_THROW_IF_FAILED(
+        env, napi_define_properties(env, prototype, descriptors.size(), descriptors.data()),
+        Napi::Function());
+    return constructor;
   }
 
  protected:
