@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # The package as an application gets it: packs this clone (prepack makes the
 # prebuilt binaries), then installs the tarball into fresh apps
-#   - with npm and no CMake or compiler on PATH: the prebuilt binary;
-#   - with npm (hoisted), pnpm and yarn, building from source;
+#   - with npm and no CMake or compiler on PATH, and with yarn: the prebuilt binary;
+#   - with npm (hoisted) and pnpm, building from source;
 # and in each runs require, ESM named imports and a loopback file read, and in
 # the first one compiles a strict TypeScript program against the installed copy
 # and runs or type-checks every code block of README.md and docs/.
@@ -114,7 +114,14 @@ check "every code block of README.md and docs/ runs or type-checks in that app" 
   node "$root/scripts/check-docs.js" "$work/npm-prebuilt"
 echo "the docs check took $((SECONDS - docs_started)) s"
 
-# 2. Source builds from the three layouts.
+# yarn (classic) lays node_modules out as npm does, whose source build
+# follows: its app takes the prebuild.
+write_app "$work/yarn-prebuilt"
+check "yarn install" \
+  bash -c "cd '$work/yarn-prebuilt' && npx --yes 'yarn@$yarn_version' add --no-lockfile 'file:$tarball'"
+check "yarn-prebuilt app: require, ESM, loopback read, the prebuilt binary" bash -c "$(declare -f run_app); run_app '$work/yarn-prebuilt' prebuilt"
+
+# 2. Source builds from the two layouts: npm's hoisted one and pnpm's links.
 export npm_config_build_from_source=true OMBRIX_BUILD_FROM_SOURCE=1
 write_app "$work/npm-source"
 check "npm (hoisted) source install" bash -c "cd '$work/npm-source' && npm install --no-audit --no-fund '$tarball'"
@@ -124,9 +131,5 @@ check "pnpm source install" \
   bash -c "cd '$work/pnpm-source' && npx --yes 'pnpm@$pnpm_version' add '$tarball' &&
     npx --yes 'pnpm@$pnpm_version' approve-builds --all && npx --yes 'pnpm@$pnpm_version' rebuild ombrix_addon"
 check "pnpm-source app: require, ESM, loopback read, built here, no build tree" bash -c "$(declare -f run_app); run_app '$work/pnpm-source' source"
-write_app "$work/yarn-source"
-check "yarn source install" \
-  bash -c "cd '$work/yarn-source' && npx --yes 'yarn@$yarn_version' add --no-lockfile 'file:$tarball'"
-check "yarn-source app: require, ESM, loopback read, built here, no build tree" bash -c "$(declare -f run_app); run_app '$work/yarn-source' source"
 
 finish package
