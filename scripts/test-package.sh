@@ -56,6 +56,12 @@ JS
 import assert from 'node:assert/strict';
 import ombrix, { createOmbrixClient, LogLevel, ShmRegion } from 'ombrix_addon';
 import emulator from 'ombrix_addon/emulator';
+import { createLifetime } from 'ombrix_addon/lifetime';
+import { decodePlacement, encodePlacement } from 'ombrix_addon/windows';
+assert.equal(typeof createLifetime, 'function');
+const placement = { flags: 0, showState: 1, minPosition: { x: -1, y: -1 }, maxPosition: { x: -1, y: -1 },
+  normalPosition: { left: 0, top: 0, right: 640, bottom: 480 } };
+assert.deepEqual(decodePlacement(encodePlacement(placement)), placement);
 assert.equal(typeof createOmbrixClient, 'function');
 assert.equal(createOmbrixClient, ombrix.createOmbrixClient);
 assert.equal(LogLevel.DEBUG, 1);
