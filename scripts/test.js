@@ -2,22 +2,25 @@
 'use strict';
 // Runs every suite of one build variant: the node:test suites, then the native
 // (ctest) suites, and prints both summaries.
-//   node scripts/test.js [release|asan|tsan] [--hostile [--seed N]] [test files...]
+//   node scripts/test.js [release|asan|tsan] [--hostile [--seed N]] [--no-native] [test files...]
 // Sanitizer variants are (re)built first; node then runs with the compiler's
 // sanitizer runtime preloaded, since node itself is not instrumented.
 // --hostile runs the node:test suites against the SDK's hostile mode, from
 // the seed given (or OMBRIX_HOSTILE_SEED, or a random one), which it prints
 // and which the hostile application's draws (test/hostile-app) use too;
 // test/hostile/guard.js then checks each suite's process at its end.
+// --no-native runs the node:test suites alone against the build as it is (no
+// build, no ctest): run with another node binary, they run on that Node.
 const crypto = require('crypto');
 const { spawnSync, execFileSync } = require('child_process');
 const fs = require('fs');
 const path = require('path');
-const { build, VARIANTS, root } = require('./build');
+const { build, paths, VARIANTS, root } = require('./build');
 
 const args = process.argv.slice(2);
 const variant = args[0] && VARIANTS[args[0]] ? args.shift() : (process.env.OMBRIX_BUILD || 'release');
 const hostile = takeFlag('--hostile');
+const native = !takeFlag('--no-native');
 const seed = takeOption('--seed') || process.env.OMBRIX_HOSTILE_SEED || crypto.randomBytes(8).readBigUInt64BE().toString();
 // Long enough for a loaded sanitizer run.
 const testTimeoutMs = 5 * 60 * 1000;
@@ -66,7 +69,10 @@ function sanitizerEnv() {
 
 function main() {
   // Incremental: a no-op when nothing changed. Fails when GoogleTest is missing.
-  const { buildDir, outputDir } = build(variant, { developer: true });
+  const { buildDir, outputDir } = native ? build(variant, { developer: true }) : paths(variant);
+  if (!fs.existsSync(path.join(outputDir, 'ombrix_addon.node'))) {
+    throw new Error(`no ${variant} build in ${outputDir}: node scripts/build.js ${variant} --developer`);
+  }
   // The asan variant counts coverage: a whole run starts from zero and ends
   // with the figures.
   const coverage = variant === 'asan' && !args.length && !hostile;
@@ -95,9 +101,9 @@ function main() {
   const node = spawnSync(process.execPath, [...nodeArgs, '--test', '--test-reporter=spec', ...files],
     { stdio: 'inherit', env, cwd: root, timeout: hostile ? hostileTimeoutMs : undefined });
   if (node.error) console.log(`node:test did not finish: ${node.error.message}`);
-  results.push([hostile ? `node:test (hostile, seed ${seed})` : 'node:test', node.status === 0]);
+  results.push([`node:test on Node ${process.versions.node}${hostile ? ` (hostile, seed ${seed})` : ''}`, node.status === 0]);
 
-  if (!args.length && !hostile) {
+  if (!args.length && !hostile && native) {
     console.log(`\n=== native suites (${variant}) ===`);
     const nativeEnv = { ...env };
     delete nativeEnv.LD_PRELOAD;  // native test binaries link their runtime
