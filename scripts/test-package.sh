@@ -3,9 +3,10 @@
 # prebuilt binaries), then installs the tarball into fresh apps
 #   - with npm and no CMake or compiler on PATH, and with yarn: the prebuilt binary;
 #   - with npm (hoisted) and pnpm, building from source;
-# and in each runs require, ESM named imports and a loopback file read, and in
-# the first one compiles a strict TypeScript program against the installed copy
-# and runs or type-checks every code block of README.md and docs/.
+# and in each runs require, ESM named imports, a loopback file read and a chat
+# served by JavaScript (the first one also under Node 22, 24 and 26, Bun and
+# Deno), and in the first one compiles a strict TypeScript program against the
+# installed copy and runs or type-checks every code block of README.md and docs/.
 # pnpm and yarn come from the npm registry through npx, pinned.
 #   npm run test:package
 set -euo pipefail
@@ -40,7 +41,8 @@ const os = require('node:os');
 const path = require('node:path');
 const ombrix = require('ombrix_addon');
 assert.match(ombrix.getSDKVersion().version, /substitute/);
-const file = path.join(fs.mkdtempSync(path.join(os.tmpdir(), 'app-')), 'note.txt');
+const dir = fs.mkdtempSync(path.join(os.tmpdir(), 'app-'));
+const file = path.join(dir, 'note.txt');
 fs.writeFileSync(file, 'one\ntwo\n');
 const client = ombrix.createOmbrixClient({ serverName: 'app.example' });
 client.createRemoteFileTool()
@@ -49,6 +51,7 @@ client.createRemoteFileTool()
     assert.equal(read.success, true);
     assert.equal(read.content, 'one\ntwo\n');
     client.close();
+    fs.rmSync(dir, { recursive: true });
     console.log('cjs: loopback read ok');
   });
 JS
@@ -69,12 +72,35 @@ assert.equal(new ShmRegion().isOpen, false);
 assert.equal(emulator.mode(), 'loopback');
 console.log('esm: named imports ok');
 JS
+  # A chat the application serves in JavaScript: SDK threads into the runtime's event loop and back.
+  cat >"$app/check-chat.cjs" <<'JS'
+const assert = require('node:assert/strict');
+const ombrix = require('ombrix_addon');
+const emu = require('ombrix_addon/emulator');
+const session = {
+  sessionInfo: { sessionId: 'echo', title: 'Echo' },
+  async sendChat(content, stream) {
+    for (const word of content.split(' ')) stream.onChunk({ type: ombrix.ChatStreamEventType.CHUNK, content: word });
+    stream.onEnd();
+    return { code: ombrix.ResultCode.SUCCESS };
+  },
+};
+const client = ombrix.createOmbrixClient({ serverName: 'chat.example' }, { async createSession() { return { code: 0, session }; } });
+emu.chat.createSession(ombrix.ChatMode.OMBRIX).then(async ({ session: held }) => {
+  const sent = emu.chat.sendChat(held.id, 'served by JavaScript');
+  assert.equal((await sent.done).code, 0);
+  assert.deepEqual(emu.chat.streamEvents(sent.stream).map((e) => e.content ?? e.event), ['served', 'by', 'JavaScript', 'end']);
+  client.close();
+  emu.chat.releaseAll();
+  console.log('chat: served by JavaScript ok');
+});
+JS
 }
 
 run_app() {  # run_app <dir> prebuilt|source: the checks, the binary it must use, no build tree left
   local app=$1 installed
   installed="$(cd "$app" && node -p "require('path').dirname(require.resolve('ombrix_addon/package.json'))")"
-  (cd "$app" && node check.cjs && node check.mjs) || return 1
+  (cd "$app" && node check.cjs && node check.mjs && node check-chat.cjs) || return 1
   if [[ $2 == source ]]; then [[ -f "$installed/build/Release/ombrix_addon.node" ]]; else [[ ! -e "$installed/build" ]]; fi &&
     [[ ! -e "$installed/build/cmake" ]] && [[ -z "$(find -L "$installed" -name '*.o' | head -n 1)" ]]
 }
@@ -87,6 +113,19 @@ write_app "$work/npm-prebuilt"
 check "npm install with no CMake or compiler on PATH" \
   bash -c "cd '$work/npm-prebuilt' && ! PATH='$bare' command -v cmake && PATH='$bare' npm install --no-audit --no-fund --foreground-scripts '$tarball' 2>&1 | tee '$work/npm-prebuilt.log' && grep -q 'using the prebuilt binary' '$work/npm-prebuilt.log'"
 check "npm-prebuilt app: require, ESM, loopback read, the prebuilt binary" bash -c "$(declare -f run_app); run_app '$work/npm-prebuilt' prebuilt"
+# The same app's checks under the other tested runtimes (scripts/runtimes.js
+# fetches them once into a cache): each program must end by itself. Deno takes
+# the npm layout as it is, with the permissions loading the module needs
+# (native code is not confined by them) and the file the check writes.
+runtimes_started=$SECONDS
+for runtime in node22 node24 node26 bun deno; do
+  runner=("$(node "$root/scripts/runtimes.js" "$runtime")") || runner=(false)
+  [[ $runtime == deno ]] && runner+=(run --allow-ffi --allow-env --allow-read --allow-write)
+  check "npm-prebuilt app under $runtime: require, ESM, loopback read, a chat served by JavaScript" \
+    bash -c 'cd "$1" && shift && for file in check.cjs check.mjs check-chat.cjs; do
+      DENO_NO_UPDATE_CHECK=1 timeout 60 "$@" "$file" || exit 1; done' _ "$work/npm-prebuilt" "${runner[@]}"
+done
+echo "the other runtimes took $((SECONDS - runtimes_started)) s"
 write_app "$work/npm-blocked"
 check "npm install with install scripts blocked: the loader finds the prebuilt binary" \
   bash -c "$(declare -f run_app); cd '$work/npm-blocked' && echo '{}' >package.json && npm install --no-audit --no-fund '$tarball' && run_app '$work/npm-blocked' prebuilt"
