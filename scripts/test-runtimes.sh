@@ -20,8 +20,8 @@ for name in "${runtimes[@]}"; do
   status=0
   PATH="$(dirname "$bin"):$PATH" "$bin" scripts/test.js release --no-native 2>&1 | tee "$log" || status=$?
   # The spec reporter's closing lines: "ℹ pass N", "ℹ fail N", "ℹ skipped N".
-  read -r passed failed skipped < <(awk '$1 == "ℹ" && $2 == "pass" { p = $3 } $1 == "ℹ" && $2 == "fail" { f = $3 }
-    $1 == "ℹ" && $2 == "skipped" { s = $3 } END { print p + 0, f + 0, s + 0 }' "$log")
+  read -r passed failed skipped < <(awk '{ gsub(/\033\[[0-9;]*m/, "") } $1 == "ℹ" && $2 == "pass" { p = $3 }
+    $1 == "ℹ" && $2 == "fail" { f = $3 } $1 == "ℹ" && $2 == "skipped" { s = $3 } END { print p + 0, f + 0, s + 0 }' "$log")
   # A run that broke off before its counts still fails.
   ((status == 0)) || ((failed > 0)) || failed=1
   counts+=("Node $("$bin" -p process.versions.node): $passed passed, $failed failed, $skipped skipped")
