@@ -22,14 +22,17 @@ const VARIANTS = {
 
 const isCheckout = () => fs.existsSync(path.join(root, '.git'));
 
-function paths(variant) {
+// A cross build (`toolchain`, a CMake toolchain file) has one folder of its
+// own, build/<dir>, for CMake's tree and the binaries alike.
+function paths(variant, dir) {
   const config = VARIANTS[variant];
   if (!config) throw new Error(`unknown build variant "${variant}" (release, asan, tsan)`);
+  if (dir) return { config, buildDir: path.join(root, 'build', dir), outputDir: path.join(root, 'build', dir) };
   return { config, buildDir: path.join(root, 'build', config.dir), outputDir: path.join(root, 'build', config.output) };
 }
 
-function build(variant, { developer = false } = {}) {
-  const { config, buildDir, outputDir } = paths(variant);
+function build(variant, { developer = false, toolchain = '', dir = '' } = {}) {
+  const { config, buildDir, outputDir } = paths(variant, dir);
   const sdkDir = process.env.OMBRIX_SDK_DIR || '';
   const configure = ['-S', root, '-B', buildDir, `-DCMAKE_BUILD_TYPE=${config.buildType}`,
     `-DOMBRIX_SANITIZE=${config.sanitize}`,
@@ -39,6 +42,7 @@ function build(variant, { developer = false } = {}) {
   if (process.env.OMBRIX_SDK_DIR !== undefined) configure.push(`-DOMBRIX_SDK_DIR=${sdkDir}`);
   // Never switched off again: a developer tree keeps its suites configured.
   if (developer) configure.push('-DOMBRIX_DEVELOPER=ON');
+  if (toolchain) configure.push(`-DCMAKE_TOOLCHAIN_FILE=${toolchain}`);
   run('cmake', configure);
   const jobs = String(os.availableParallelism ? os.availableParallelism() : os.cpus().length);
   const vendor = sdkDir || (process.env.OMBRIX_SDK_DIR === undefined && cachedSdkDir(buildDir));
@@ -65,7 +69,7 @@ function run(command, args) {
   if (result.status !== 0) throw new Error(`${command} ${args.join(' ')} failed`);
 }
 
-module.exports = { build, paths, isCheckout, VARIANTS, root };
+module.exports = { build, paths, run, isCheckout, VARIANTS, root };
 
 if (require.main === module) {
   const args = process.argv.slice(2);
