@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The package as an application gets it: packs this clone (prepack makes the
-# prebuilt binaries), then installs the tarball into fresh apps
+# prebuilt binaries, each checked to be for the platform its folder names),
+# then installs the tarball into fresh apps
 #   - with npm and no CMake or compiler on PATH, and with yarn: the prebuilt binary;
 #   - with npm (hoisted) and pnpm, building from source;
 # and in each runs require, ESM named imports, a loopback file read and a chat
@@ -22,8 +23,23 @@ tarball="$work/$(npm pack --silent --pack-destination "$work" | tail -n 1)"
 echo "packed $(basename "$tarball"): $(du -k "$tarball" | cut -f1) KiB, $(tar -tzf "$tarball" | wc -l) files"
 check "the tarball holds what an app runs and nothing of the repository's own" \
   bash -c "! tar -tzf '$tarball' | grep -E '^package/(\.ci|test|bench|build|node_modules|scripts/(sanitizers|valgrind|test)|emulator/test)/'"
+host_platform="$(node -p 'process.platform + "-" + process.arch')"
 check "the tarball has a prebuilt binary for this platform" \
-  bash -c "tar -tzf '$tarball' | grep -qx 'package/prebuilds/$(node -p 'process.platform + "-" + process.arch')/ombrix_addon.node'"
+  bash -c "tar -tzf '$tarball' | grep -qx 'package/prebuilds/$host_platform/ombrix_addon.node'"
+# Each prebuild holds binaries for the platform its folder names (as `file`
+# reads their ELF or PE machine), and each cross toolchain installed made its own.
+echo "prebuilds/ in the tarball:"
+tar -tzvf "$tarball" | awk '$6 ~ /^package\/prebuilds\// { printf "  %9d  %s\n", $3, substr($6, 9) }' | sort -k2
+tar -xzf "$tarball" -C "$work" package/prebuilds
+for folder in "$work"/package/prebuilds/*/; do
+  check "prebuilds/$(basename "$folder") holds binaries for $(basename "$folder")" \
+    bash -c 'source "$1/scripts/machines.sh" && mapfile -t files < <(find "$2" -type f) && built_for "$(basename "$2")" "${files[@]}"' \
+    _ "$root" "$folder"
+done
+cross_built="$(node -p "const { TARGETS, crossTarget } = require('$root/scripts/cross');
+  Object.keys(TARGETS).filter((name) => name !== '$host_platform' && crossTarget(name).installed()).join(' ')")"
+check "the tarball has a prebuild for each cross toolchain installed (${cross_built:-none})" \
+  bash -c 'for name in $2; do [[ -f "$1/$name/ombrix_addon.node" ]] || exit 1; done' _ "$work/package/prebuilds" "$cross_built"
 
 # The app's own checks: CommonJS, ESM named imports, a real loopback call.
 # npm 11 and pnpm 10 block dependencies' install scripts unless allowed: npm
@@ -111,7 +127,7 @@ mkdir -p "$bare"
 for tool in node npm npx sh env; do ln -s "$(command -v "$tool")" "$bare/$tool"; done
 write_app "$work/npm-prebuilt"
 check "npm install with no CMake or compiler on PATH" \
-  bash -c "cd '$work/npm-prebuilt' && ! PATH='$bare' command -v cmake && PATH='$bare' npm install --no-audit --no-fund --foreground-scripts '$tarball' 2>&1 | tee '$work/npm-prebuilt.log' && grep -q 'using the prebuilt binary' '$work/npm-prebuilt.log'"
+  bash -c "cd '$work/npm-prebuilt' && ! PATH='$bare' command -v cmake && PATH='$bare' npm install --no-audit --no-fund --foreground-scripts '$tarball' 2>&1 | tee '$work/npm-prebuilt.log' && grep -qF 'using the prebuilt binary prebuilds/$host_platform/ombrix_addon.node' '$work/npm-prebuilt.log'"
 check "npm-prebuilt app: require, ESM, loopback read, the prebuilt binary" bash -c "$(declare -f run_app); run_app '$work/npm-prebuilt' prebuilt"
 # The same app's checks under the other tested runtimes (scripts/runtimes.js
 # fetches them once into a cache): each program must end by itself. Deno takes
