@@ -87,8 +87,9 @@ test('shutdown closes the clients it is given and clears the SDK logger, even wh
 
 test('a module call started through run() is cancelled at the SDK by shutdown', { skip: scripted }, async () => {
   let client = clientIn('scripted', 'lifetime');
-  collectAfterAll(test, () => { client = null; });
-  const shell = await client.createRemoteShellTool();
+  let shell = null;
+  collectAfterAll(test, () => { client = null; shell = null; });
+  shell = await client.createRemoteShellTool();
   const life = createLifetime();
   const running = life.run((signal) => shell.shellExec('device-1', 'sleep 600', '/tmp', signal));
   const call = await emu.nextCall('ExecuteShell');

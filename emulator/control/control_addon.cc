@@ -10,6 +10,7 @@
 #include <thread>
 #include <utility>
 
+#include "module_pin.h"
 #include "ombrix_emu/control.h"
 
 #if defined(__GLIBC__)
@@ -350,6 +351,7 @@ Napi::Value ChatStorm(const Napi::CallbackInfo& info) {
 }
 
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
+  ombrix_addon::PinThisModule();  // storm threads may outlive the environment that loaded it
   const std::pair<const char*, Napi::Function::Callback> functions[] = {
       {"sentryCounts", SentryCounts},
       {"liveObjects", LiveObjects},
