@@ -19,7 +19,7 @@ for name in "${runtimes[@]}"; do
   bin="$(node scripts/runtimes.js "$name")"
   status=0
   PATH="$(dirname "$bin"):$PATH" "$bin" scripts/test.js release --no-native 2>&1 | tee "$log" || status=$?
-  # The spec reporter's closing lines: "ℹ pass N", "ℹ fail N", "ℹ skipped N".
+  # The test runner's closing summary lines: "ℹ pass N", "ℹ fail N", "ℹ skipped N".
   read -r passed failed skipped < <(awk '{ gsub(/\033\[[0-9;]*m/, "") } $1 == "ℹ" && $2 == "pass" { p = $3 }
     $1 == "ℹ" && $2 == "fail" { f = $3 } $1 == "ℹ" && $2 == "skipped" { s = $3 } END { print p + 0, f + 0, s + 0 }' "$log")
   # A run that broke off before its counts still fails.
