@@ -45,7 +45,9 @@ async function main() {
     read: await emu.nextCall('ReadFile'),
   });
 
-  process.kill(process.pid, 'SIGTERM');  // as a service manager stops the application
+  // Stands in for a service manager's stop. A real SIGTERM sent to oneself
+  // would do on POSIX, but on Windows it ends the process outright.
+  process.emit('SIGTERM', 'SIGTERM');
   const [built, listed, read] = await Promise.all([build, listing, reading, device]);
   console.log(`build: ${built.errorMessage}; listing: ${listed.errorMessage}; read: ${JSON.stringify(read.content)}`);
 }

@@ -362,7 +362,7 @@ test('index.d.mts names what index.mjs exports: the default and each member', { 
     .filter((symbol) => (symbol.getFlags() & ts.SymbolFlags.Alias ? checker.getAliasedSymbol(symbol) : symbol)
       .getFlags() & ts.SymbolFlags.Value)
     .map((symbol) => symbol.getName());
-  const esm = await import(path.join(root, 'emulator', 'js', 'index.mjs'));
+  const esm = await import(pathToFileURL(path.join(root, 'emulator', 'js', 'index.mjs')).href);
   assert.deepEqual(values.sort(), Object.keys(esm).sort());
   assert.deepEqual(Object.keys(esm).filter((k) => k !== 'default').sort(), Object.keys(esm.default).sort());
   for (const key of Object.keys(esm.default)) assert.equal(esm[key], esm.default[key], key);
