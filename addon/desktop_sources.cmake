@@ -18,6 +18,8 @@ set(OMBRIX_DESKTOP_POSIX_SOURCES
   ${CMAKE_CURRENT_LIST_DIR}/src/platform/posix/shm_name.cc
   ${CMAKE_CURRENT_LIST_DIR}/src/platform/posix/thread_error.cc
   ${CMAKE_CURRENT_LIST_DIR}/src/platform/posix/x11_connection.cc
+  ${CMAKE_CURRENT_LIST_DIR}/src/platform/posix/x11_text.cc
+  ${CMAKE_CURRENT_LIST_DIR}/src/platform/posix/x11_tree.cc
   ${CMAKE_CURRENT_LIST_DIR}/src/platform/posix/x11_windows.cc
   ${CMAKE_CURRENT_LIST_DIR}/src/platform/posix/xlib_api.cc)
 # Windows libraries the desktop helpers call into.

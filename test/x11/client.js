@@ -8,7 +8,7 @@ const { lineChild } = require('../helpers');
 const clientPath = () => path.join(buildDir(), 'window_client');
 
 /**
- * create({ title, type?, owner?, skipTaskbar?, decorated?, legacyName?, visible? }) -> window handle,
+ * create({ title, type?, owner?, skipTaskbar?, decorated?, legacyName?, visible?, input?, override? }) -> window handle,
  * once the window manager manages it. `legacyName` sets only ICCCM's Latin-1 WM_NAME.
  */
 async function windowClient(t) {
@@ -17,9 +17,11 @@ async function windowClient(t) {
     pid: client.pid,
     path: clientPath(),
     async create({ title, type = 'normal', owner = 0n, skipTaskbar = false, decorated = true,
-      legacyName = false, visible = true }) {
+      legacyName = false, visible = true, input = true,
+      override = false }) {
       const hwnd = BigInt(await client.ask(`create type=${type} owner=${owner} skip=${+skipTaskbar} ` +
-        `decor=${+decorated} name=${legacyName ? 'wm' : 'net'} visible=${+visible} title=${title}`));
+        `decor=${+decorated} name=${legacyName ? 'wm' : 'net'} visible=${+visible} input=${+input} override=${+override} ` +
+        `title=${title}`));
       if (hwnd === 0n) throw new Error(`window "${title}" was not managed`);
       return hwnd;
     },

@@ -1,11 +1,12 @@
 // Test program: an X11 client that owns top-level windows for the GuiTool
 // suite, as another application would. It reads commands, one a line:
 //   create type=normal|dialog|utility owner=<id> skip=0|1 decor=0|1 name=net|wm visible=0|1
-//   title=<rest>
+//          input=0|1 override=0|1 title=<rest>
 //     -> the new window's id, once the window manager manages it (at once when hidden)
 //   destroy <id> -> 1
 // and ends at the end of its input. `window_client --wait-wm` instead waits
 // for an EWMH window manager on DISPLAY (exit 0) or gives up (exit 1).
+#include <dlfcn.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -81,6 +82,27 @@ std::string Utf8ToLatin1(const std::string& text) {
   return latin1;
 }
 
+// XSetWindowAttributes of <X11/Xlib.h>; the module itself never sets any.
+struct SetWindowAttributes {
+  unsigned long background_pixmap, background_pixel, border_pixmap, border_pixel;
+  int bit_gravity, win_gravity, backing_store;
+  unsigned long backing_planes, backing_pixel;
+  int save_under;
+  long event_mask, do_not_propagate_mask;
+  int override_redirect;
+  unsigned long colormap, cursor;
+};
+
+// override=1: a window no manager manages, as menus and tooltips are.
+void SetOverrideRedirect(xlib::Window window) {
+  using Change = int (*)(xlib::Display*, xlib::Window, unsigned long, SetWindowAttributes*);
+  void* library = dlopen("libX11.so.6", RTLD_NOW | RTLD_NOLOAD);
+  const auto change = reinterpret_cast<Change>(dlsym(library, "XChangeWindowAttributes"));
+  SetWindowAttributes attributes{};
+  attributes.override_redirect = 1;
+  change(display, window, 1L << 9 /* CWOverrideRedirect */, &attributes);
+}
+
 xlib::Window Create(const std::map<std::string, std::string>& options, const std::string& title) {
   const xlib::Window window =
       x->XCreateSimpleWindow(display, root, 100, 100, 320, 200, 0, 0, 0xFFFFFF);
@@ -88,8 +110,9 @@ xlib::Window Create(const std::map<std::string, std::string>& options, const std
   gethostname(host, sizeof host - 1);
   SetText(window, xlib::kWmClientMachineAtom, xlib::kStringAtom, host);
   SetLongs(window, Intern("_NET_WM_PID"), xlib::kCardinalAtom, {static_cast<long>(getpid())});
+  // input=0: a window that never takes the keyboard focus (and has no WM_TAKE_FOCUS).
   SetLongs(window, xlib::kWmHintsAtom, xlib::kWmHintsAtom,
-           {1 /* InputHint */, 1, 0, 0, 0, 0, 0, 0, 0});
+           {1 /* InputHint */, options.at("input") == "1", 0, 0, 0, 0, 0, 0, 0});
   if (options.at("name") == "net") {
     SetText(window, Intern("_NET_WM_NAME"), Intern("UTF8_STRING"), title);
   } else {
@@ -109,7 +132,10 @@ xlib::Window Create(const std::map<std::string, std::string>& options, const std
     const xlib::Atom motif = Intern("_MOTIF_WM_HINTS");
     SetLongs(window, motif, motif, {2 /* decorations */, 0, 0, 0, 0});
   }
-  if (options.at("visible") == "1") {
+  if (options.at("override") == "1") {
+    SetOverrideRedirect(window);
+    x->XMapWindow(display, window);
+  } else if (options.at("visible") == "1") {
     x->XMapWindow(display, window);
     x->XSync(display, 0);
     if (!WaitFor(window, "WM_STATE")) return 0;

@@ -5,6 +5,7 @@
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
+#include <X11/Xutil.h>
 
 #include <cstddef>
 
@@ -33,11 +34,16 @@ SAME_FIELD(xlib::UnmapEvent, XUnmapEvent, event, event);
 SAME_FIELD(xlib::UnmapEvent, XUnmapEvent, window, window);
 SAME_FIELD(xlib::UnmapEvent, XUnmapEvent, from_configure, from_configure);
 static_assert(sizeof(xlib::Event) == sizeof(XEvent), "XEvent");
+static_assert(sizeof(xlib::TextProperty) == sizeof(XTextProperty), "XTextProperty");
+SAME_FIELD(xlib::TextProperty, XTextProperty, value, value);
+SAME_FIELD(xlib::TextProperty, XTextProperty, encoding, encoding);
+SAME_FIELD(xlib::TextProperty, XTextProperty, format, format);
+SAME_FIELD(xlib::TextProperty, XTextProperty, nitems, nitems);
 
 static_assert(xlib::kBadWindow == BadWindow && xlib::kBadMatch == BadMatch &&
                   xlib::kBadDrawable == BadDrawable && xlib::kUnmapNotify == UnmapNotify &&
                   xlib::kClientMessage == ClientMessage && xlib::kIsViewable == IsViewable &&
-                  xlib::kRevertToParent == RevertToParent &&
+                  xlib::kIsUnmapped == IsUnmapped && xlib::kRevertToParent == RevertToParent &&
                   xlib::kPropModeReplace == PropModeReplace && xlib::kSuccess == Success &&
                   xlib::kSubstructureNotifyMask == SubstructureNotifyMask &&
                   xlib::kSubstructureRedirectMask == SubstructureRedirectMask,

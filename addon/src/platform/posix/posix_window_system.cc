@@ -86,6 +86,7 @@ Result WindowSystem::Impl::WithDisplay(Result failed, Body body) {
   std::optional<Result> result;
   {
     X11Connection::Use use(*connection);
+    connection->Refresh();
     result.emplace(body(*connection));
     error = connection->Sync();
   }
@@ -232,14 +233,23 @@ bool RaisedAndFocused(X11Connection& c, xlib::Window window) {
 }  // namespace
 
 // "direct": already active. "alt": asked of the window manager, as a task
-// switcher asks. "attach": raised and focused past the window manager.
+// switcher asks. "attach": raised and focused past the window manager. One
+// that fails leaves the active window, the focus and the desktop as they were.
 WindowSystem::Activation WindowSystem::Activate(Handle window) {
   const bool exists = impl_ ? impl_->WithWindow(window, false, Restored) : NotAvailable();
   if (!exists) return {false, "attach", ThreadError()};
   if (Foreground() == window) return {true, "direct", 0};
+  const x11::Desktop before = impl_->WithDisplay(x11::Desktop{}, x11::Remember);
   if (BringToForeground(window) && AwaitActive(*this, window)) return {true, "alt", 0};
   const bool ok = impl_->WithWindow(window, false, RaisedAndFocused) && AwaitActive(*this, window);
-  return ok ? Activation{true, "attach", 0} : Activation{false, "attach", ThreadError()};
+  if (ok) return {true, "attach", 0};
+  const uint32_t error = ThreadError();
+  impl_->WithDisplay(false, [&](X11Connection& c) {
+    x11::Restore(c, before);
+    return true;
+  });
+  if (before.active) AwaitActive(*this, before.active);
+  return {false, "attach", error};
 }
 
 }  // namespace ombrix_addon

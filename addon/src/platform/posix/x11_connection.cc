@@ -15,7 +15,11 @@ namespace {
 // In AtomId order.
 const char* const kAtomNames[X11Connection::kAtomCount] = {
     "_NET_SUPPORTED",
+    "_NET_SUPPORTING_WM_CHECK",
+    "_NET_CLIENT_LIST",
     "_NET_CLIENT_LIST_STACKING",
+    "_NET_CURRENT_DESKTOP",
+    "_NET_WM_DESKTOP",
     "_NET_ACTIVE_WINDOW",
     "_NET_WM_NAME",
     "UTF8_STRING",
@@ -84,7 +88,7 @@ X11Connection::X11Connection(const xlib::Api& api, xlib::Display* display)
   fcntl(fd, F_SETFD, fcntl(fd, F_GETFD) | FD_CLOEXEC);
   Use use(*this);
   x.XInternAtoms(display_, const_cast<char**>(kAtomNames), kAtomCount, 0, atoms_);
-  supported_ = Items(root_, atoms_[kNetSupported]);
+  Refresh();
 }
 
 X11Connection::~X11Connection() {
@@ -126,6 +130,22 @@ void X11Connection::OnLost(xlib::Display*, void* self) {
 
 bool X11Connection::Supports(AtomId id) const {
   return std::find(supported_.begin(), supported_.end(), atoms_[id]) != supported_.end();
+}
+
+// A manager that left may leave its check property on the root behind: the
+// window it names must still exist and name itself.
+void X11Connection::Refresh() {
+  const unsigned char before = error_;
+  const std::vector<unsigned long> check = Items(root_, atoms_[kNetSupportingWmCheck]);
+  Window manager = check.empty() ? 0 : check[0];
+  if (manager) {
+    const std::vector<unsigned long> self = Items(manager, atoms_[kNetSupportingWmCheck]);
+    if (self.empty() || self[0] != manager) manager = 0;
+  }
+  error_ = before;  // a check window gone is an answer, not the caller's error
+  if (manager == manager_ && (manager == 0 || !supported_.empty())) return;
+  manager_ = manager;
+  supported_ = manager ? Items(root_, atoms_[kNetSupported]) : std::vector<unsigned long>{};
 }
 
 unsigned char X11Connection::Sync() {

@@ -22,7 +22,11 @@ class X11Connection {
   // Interned at open, in this order.
   enum AtomId {
     kNetSupported,
+    kNetSupportingWmCheck,
+    kNetClientList,
     kNetClientListStacking,
+    kNetCurrentDesktop,
+    kNetWmDesktop,
     kNetActiveWindow,
     kNetWmName,
     kUtf8String,
@@ -63,8 +67,11 @@ class X11Connection {
   Window root() const { return root_; }
   Atom atom(AtomId id) const { return atoms_[id]; }
   bool lost() const { return lost_; }
-  // Whether the window manager lists the atom in _NET_SUPPORTED (read at open).
+  // Whether the window manager lists the atom in _NET_SUPPORTED.
   bool Supports(AtomId id) const;
+  // Follows the window manager, which may start after the connection, leave
+  // or be replaced: what Supports() answers is re-read when it changes.
+  void Refresh();
 
   // Waits for the requests so far; returns the last X error code they (or
   // earlier unclaimed requests) raised and forgets it; 0 when none.
@@ -87,6 +94,7 @@ class X11Connection {
   xlib::Display* const display_;
   const Window root_;
   Atom atoms_[kAtomCount] = {};
+  Window manager_ = 0;  // its _NET_SUPPORTING_WM_CHECK window
   std::vector<unsigned long> supported_;
   unsigned char error_ = 0;
   bool lost_ = false;

@@ -5,8 +5,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <unordered_map>
+#include <utility>
 
 #include "platform/posix/thread_error.h"
+#include "platform/posix/x11_text.h"
+#include "platform/posix/x11_tree.h"
 
 namespace ombrix_addon::x11 {
 
@@ -50,14 +54,18 @@ constexpr unsigned long kIconicState = 3;
 // EWMH source indication of a pager or task switcher, honoured over
 // focus-stealing prevention.
 constexpr long kSourcePager = 2;
+constexpr long kNorthWestGravity = 1;
 constexpr long kStaticGravity = 10;
+constexpr unsigned long kAllDesktops = 0xFFFFFFFF;
 // _MOTIF_WM_HINTS: flags, functions, decorations, ...
 constexpr unsigned long kMotifDecorationsFlag = 2;
 constexpr unsigned long kMotifDecorAll = 1;
 constexpr unsigned long kMotifDecorTitle = 8;
 
 constexpr size_t kTitleUnits = 255;
-constexpr long kTitleBytes = 1024;  // 255 UTF-16 units take at most 765 UTF-8 bytes
+// 255 UTF-16 units take at most 765 bytes of UTF-8 and fewer of the others;
+// an invalid byte is one unit.
+constexpr long kTitleBytes = 1024;
 
 bool Has(const std::vector<unsigned long>& items, Atom atom) {
   return std::find(items.begin(), items.end(), atom) != items.end();
@@ -77,32 +85,20 @@ bool IsMinimizeCommand(int32_t command) {
          command == kForceMinimize;
 }
 
-std::string Latin1ToUtf8(const std::string& text) {
-  std::string utf8;
-  for (const unsigned char byte : text) {
-    if (byte < 0x80) {
-      utf8 += static_cast<char>(byte);
-    } else {
-      utf8 += static_cast<char>(0xC0 | (byte >> 6));
-      utf8 += static_cast<char>(0x80 | (byte & 0x3F));
-    }
-  }
-  return utf8;
-}
-
-// Whole characters only: one beyond four UTF-8 bytes takes two UTF-16 units.
-std::string CutToUtf16Units(const std::string& text, size_t units) {
-  size_t used = 0;
-  size_t end = 0;
-  while (end < text.size()) {
-    const unsigned char lead = static_cast<unsigned char>(text[end]);
-    const size_t bytes = lead < 0xC0 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-    const size_t width = bytes == 4 ? 2 : 1;
-    if (used + width > units) break;
-    used += width;
-    end += std::min(bytes, text.size() - end);
-  }
-  return text.substr(0, end);
+// ICCCM's WM_NAME may be of any text type: STRING is Latin-1, and Xlib
+// decodes COMPOUND_TEXT (xterm's titles beyond Latin-1) and the rest.
+std::string Decoded(X11Connection& c, const std::string& bytes, Atom type) {
+  if (type == c.atom(X11Connection::kUtf8String)) return ValidUtf8(bytes);
+  if (type == xlib::kStringAtom) return Latin1ToUtf8(bytes);
+  xlib::TextProperty property{reinterpret_cast<unsigned char*>(const_cast<char*>(bytes.c_str())),
+                              type, 8, bytes.size()};
+  char** list = nullptr;
+  int count = 0;
+  // A positive status counts characters Xlib could not convert and replaced.
+  const int status = c.x.Xutf8TextPropertyToTextList(c.display(), &property, &list, &count);
+  std::string text = status >= 0 && list && count > 0 ? ValidUtf8(list[0]) : Latin1ToUtf8(bytes);
+  if (list) c.x.XFreeStringList(list);
+  return text;
 }
 
 std::string LocalHostName() {
@@ -140,21 +136,115 @@ bool Sizable(const int32_t (&fields)[kFields]) {
   return width >= 1 && height >= 1 && width <= 0x7FFF && height <= 0x7FFF;
 }
 
+struct Point {
+  int x = 0;
+  int y = 0;
+};
+
+// Where the client area's top-left corner is on the screen.
+Point ClientOrigin(X11Connection& c, Window window) {
+  Point origin;
+  Window child = 0;
+  c.x.XTranslateCoordinates(c.display(), window, c.root(), 0, 0, &origin.x, &origin.y, &child);
+  return origin;
+}
+
+// How far the client area lies from the point a move request places. An
+// unframed window is placed by its outer corner, past its border. Framed,
+// EWMH managers place the frame's outer corner for north-west gravity;
+// managers without EWMH that reparent (twm) place the frame's inside corner,
+// past the frame's border, and the title bar then follows.
+Point RequestOffset(X11Connection& c, Window window, bool ewmh) {
+  const Window top = TopLevelOf(c, window);
+  xlib::WindowAttributes attributes{};
+  if (!top || !c.x.XGetWindowAttributes(c.display(), top, &attributes)) return {};
+  if (top == window) return {attributes.border_width, attributes.border_width};
+  const Point origin = ClientOrigin(c, window);
+  const int frame = ewmh ? 0 : attributes.border_width;
+  return {origin.x - attributes.x - frame, origin.y - attributes.y - frame};
+}
+
 // The rectangle is the client area's: frames differ by window manager and by
 // state (a maximised window may lose its borders), so a frame rectangle read
-// in one state would not give the same window in another.
+// in one state would not give the same window in another. The request is
+// made for where the frame must go, so that what is read back is what was
+// written. A maximised window's frame is not the one it will have, so it is
+// placed by its client area directly (static gravity), which openbox and
+// fluxbox offset by the border width the client first asked for.
 void MoveResize(X11Connection& c, Window window, const int32_t (&fields)[kFields]) {
   const long width = fields[kRight] - fields[kLeft];
   const long height = fields[kBottom] - fields[kTop];
-  if (c.Supports(X11Connection::kNetMoveResizeWindow)) {
-    // Static gravity (x and y are the client's own), all four present, from a pager.
-    const long flags = kStaticGravity | (0xF << 8) | (kSourcePager << 12);
-    c.SendToRoot(window, X11Connection::kNetMoveResizeWindow,
-                 {flags, fields[kLeft], fields[kTop], width, height});
-  } else {  // no window manager, so no frame
-    c.x.XMoveResizeWindow(c.display(), window, fields[kLeft], fields[kTop],
+  const bool ewmh = c.Supports(X11Connection::kNetMoveResizeWindow);
+  const bool reframed = ewmh && Maximized(States(c, window), c);
+  const Point offset = reframed ? Point{} : RequestOffset(c, window, ewmh);
+  const long x = fields[kLeft] - offset.x;
+  const long y = fields[kTop] - offset.y;
+  if (ewmh) {
+    // All four present, from a pager.
+    const long flags =
+        (reframed ? kStaticGravity : kNorthWestGravity) | (0xF << 8) | (kSourcePager << 12);
+    c.SendToRoot(window, X11Connection::kNetMoveResizeWindow, {flags, x, y, width, height});
+  } else {
+    c.x.XMoveResizeWindow(c.display(), window, static_cast<int>(x), static_cast<int>(y),
                           static_cast<unsigned>(width), static_cast<unsigned>(height));
   }
+}
+
+unsigned long First(const std::vector<unsigned long>& items, unsigned long otherwise) {
+  return items.empty() ? otherwise : items[0];
+}
+
+unsigned long CurrentDesktop(X11Connection& c) {
+  return First(c.Items(c.root(), c.atom(X11Connection::kNetCurrentDesktop)), kAllDesktops);
+}
+
+// The desktop to switch to for the window to be seen; kAllDesktops when none.
+unsigned long DesktopToShow(X11Connection& c, Window window) {
+  const unsigned long desktop =
+      First(c.Items(window, c.atom(X11Connection::kNetWmDesktop)), kAllDesktops);
+  const unsigned long current = CurrentDesktop(c);
+  return desktop == kAllDesktops || current == kAllDesktops || desktop == current ? kAllDesktops
+                                                                                  : desktop;
+}
+
+// The manager's list, bottom first.
+std::vector<Window> ListedClients(X11Connection& c) {
+  return c.Items(c.root(), c.atom(c.Supports(X11Connection::kNetClientListStacking)
+                                      ? X11Connection::kNetClientListStacking
+                                      : X11Connection::kNetClientList));
+}
+
+void SwitchDesktop(X11Connection& c, unsigned long desktop) {
+  c.SendToRoot(c.root(), X11Connection::kNetCurrentDesktop,
+               {static_cast<long>(desktop), 0 /* CurrentTime */, 0, 0, 0});
+}
+
+bool MappedUnmanaged(X11Connection& c, Window window) {
+  xlib::WindowAttributes attributes{};
+  return c.x.XGetWindowAttributes(c.display(), window, &attributes) &&
+         !attributes.override_redirect && attributes.map_state == xlib::kIsViewable;
+}
+
+// The listed clients top first in the order their frames are stacked on
+// screen: some managers update the stacking hint late or never. The hint's
+// own order stands where a client's frame is not among the root's children,
+// and between clients that share a frame.
+std::vector<Window> ByFrames(X11Connection& c, const std::vector<Window>& listed) {
+  std::unordered_map<Window, size_t> height;
+  const std::vector<Window> frames = Children(c, c.root());
+  for (size_t i = 0; i < frames.size(); ++i) height[frames[i]] = i;
+  std::vector<std::pair<size_t, Window>> ranked;
+  for (const Window window : listed) {
+    const auto frame = height.find(TopLevelOf(c, window));
+    if (frame == height.end()) return {listed.rbegin(), listed.rend()};
+    ranked.emplace_back(frame->second, window);
+  }
+  // Later in the hint is higher, so among equals too.
+  std::stable_sort(ranked.begin(), ranked.end(),
+                   [](const auto& a, const auto& b) { return a.first < b.first; });
+  std::vector<Window> windows;
+  for (auto it = ranked.rbegin(); it != ranked.rend(); ++it) windows.push_back(it->second);
+  return windows;
 }
 
 }  // namespace
@@ -169,25 +259,20 @@ bool Exists(X11Connection& c, WindowSystem::Handle handle) {
 }
 
 std::vector<Window> TopFirst(X11Connection& c) {
-  std::vector<Window> windows;
-  if (c.Supports(X11Connection::kNetClientListStacking)) {
-    windows = c.Items(c.root(), c.atom(X11Connection::kNetClientListStacking));
-    std::reverse(windows.begin(), windows.end());  // listed bottom first
-    return windows;
+  if (c.Supports(X11Connection::kNetClientListStacking) ||
+      c.Supports(X11Connection::kNetClientList)) {
+    return ByFrames(c, ListedClients(c));
   }
-  Window root = 0;
-  Window parent = 0;
-  Window* children = nullptr;
-  unsigned int count = 0;
-  if (!c.x.XQueryTree(c.display(), c.root(), &root, &parent, &children, &count)) return {};
-  for (unsigned int i = count; i-- > 0;) {
-    xlib::WindowAttributes attributes{};
-    if (c.x.XGetWindowAttributes(c.display(), children[i], &attributes) &&
-        !attributes.override_redirect && attributes.map_state == xlib::kIsViewable) {
-      windows.push_back(children[i]);
+  // Without the lists: the clients in the root's children, or a child itself
+  // where no manager framed it.
+  std::vector<Window> windows;
+  const std::vector<Window> children = Children(c, c.root());
+  for (auto child = children.rbegin(); child != children.rend(); ++child) {
+    const Window client = ClientIn(c, *child);
+    if (client ? Shown(c, client) : MappedUnmanaged(c, *child)) {
+      windows.push_back(client ? client : *child);
     }
   }
-  if (children) c.x.XFree(children);
   return windows;
 }
 
@@ -195,25 +280,30 @@ std::string Title(X11Connection& c, Window window) {
   const Atom utf8 = c.atom(X11Connection::kUtf8String);
   Atom type = 0;
   const auto name = c.Bytes(window, c.atom(X11Connection::kNetWmName), kTitleBytes, &type);
-  if (name && type == utf8 && !name->empty()) return CutToUtf16Units(*name, kTitleUnits);
-  // ICCCM's WM_NAME is Latin-1 unless a client marks it UTF-8.
+  if (name && type == utf8 && !name->empty()) return CutToUtf16Units(ValidUtf8(*name), kTitleUnits);
   const auto legacy = c.Bytes(window, xlib::kWmNameAtom, kTitleBytes, &type);
-  if (!legacy) return {};
-  return CutToUtf16Units(type == utf8 ? *legacy : Latin1ToUtf8(*legacy), kTitleUnits);
+  return legacy ? CutToUtf16Units(Decoded(c, *legacy, type), kTitleUnits) : std::string();
 }
 
+// WM_STATE is the manager's word, but a client that unmapped itself has
+// withdrawn although some managers leave the state Normal (fluxbox).
 bool Shown(X11Connection& c, Window window) {
   const std::vector<unsigned long> state = c.Items(window, c.atom(X11Connection::kWmState));
-  if (!state.empty()) return state[0] == kNormalState || state[0] == kIconicState;
-  xlib::WindowAttributes attributes{};  // not managed: shown when mapped
-  return c.x.XGetWindowAttributes(c.display(), window, &attributes) &&
-         attributes.map_state == xlib::kIsViewable;
+  if (!state.empty() && state[0] == kIconicState) return true;
+  xlib::WindowAttributes attributes{};
+  if (!c.x.XGetWindowAttributes(c.display(), window, &attributes)) return false;
+  if (!state.empty()) return state[0] == kNormalState && attributes.map_state != xlib::kIsUnmapped;
+  return attributes.map_state == xlib::kIsViewable;  // not managed: shown when mapped
 }
 
+// Managers that speak EWMH mark minimised windows hidden, and some set
+// WM_STATE Iconic for windows on other desktops too (openbox, fluxbox).
 bool Iconic(X11Connection& c, Window window) {
+  if (c.Supports(X11Connection::kNetWmStateHidden)) {
+    return Has(States(c, window), c.atom(X11Connection::kNetWmStateHidden));
+  }
   const std::vector<unsigned long> state = c.Items(window, c.atom(X11Connection::kWmState));
-  return (!state.empty() && state[0] == kIconicState) ||
-         Has(States(c, window), c.atom(X11Connection::kNetWmStateHidden));
+  return !state.empty() && state[0] == kIconicState && DesktopToShow(c, window) == kAllDesktops;
 }
 
 bool InAltTab(X11Connection& c, Window window) {
@@ -337,9 +427,35 @@ Window Active(X11Connection& c) {
   return focus > 1 && focus != c.root() ? focus : 0;  // 0 is None, 1 PointerRoot
 }
 
+// A window on another desktop is seen only once that desktop is: switched
+// to first, as a task switcher does, since not every manager does it itself.
 void RequestActive(X11Connection& c, Window window) {
+  const unsigned long desktop = DesktopToShow(c, window);
+  if (desktop != kAllDesktops) SwitchDesktop(c, desktop);
   c.SendToRoot(window, X11Connection::kNetActiveWindow,
                {kSourcePager, 0 /* CurrentTime */, 0, 0, 0});
+}
+
+Desktop Remember(X11Connection& c) {
+  Desktop state;
+  state.active = Active(c);
+  state.desktop = CurrentDesktop(c);
+  int revert = 0;
+  c.x.XGetInputFocus(c.display(), &state.focus, &revert);
+  return state;
+}
+
+void Restore(X11Connection& c, const Desktop& state) {
+  if (state.desktop != kAllDesktops && CurrentDesktop(c) != state.desktop) {
+    SwitchDesktop(c, state.desktop);
+  }
+  if (state.focus > 1) {  // 0 is None, 1 PointerRoot
+    c.x.XSetInputFocus(c.display(), state.focus, xlib::kRevertToParent, 0 /* CurrentTime */);
+  }
+  if (state.active && c.Supports(X11Connection::kNetActiveWindow)) {
+    c.SendToRoot(state.active, X11Connection::kNetActiveWindow,
+                 {kSourcePager, 0 /* CurrentTime */, 0, 0, 0});
+  }
 }
 
 void RaiseAndFocus(X11Connection& c, Window window) {

@@ -37,6 +37,14 @@ uint32_t ProcessOf(X11Connection& c, Window window);
 Window Active(X11Connection& c);
 // Asks the window manager, as a pager or task switcher would.
 void RequestActive(X11Connection& c, Window window);
+// What an activation changes, to put back when it fails.
+struct Desktop {
+  Window active = 0;
+  Window focus = 0;
+  unsigned long desktop = 0;
+};
+Desktop Remember(X11Connection& c);
+void Restore(X11Connection& c, const Desktop& state);
 // Raises the window and gives it the input focus without the window manager.
 void RaiseAndFocus(X11Connection& c, Window window);
 

@@ -70,6 +70,13 @@ struct UnmapEvent {
   Bool from_configure;
 };
 
+struct TextProperty {
+  unsigned char* value;
+  Atom encoding;
+  int format;
+  unsigned long nitems;
+};
+
 union Event {
   int type;
   ClientMessageEvent client;
@@ -87,6 +94,7 @@ constexpr unsigned char kBadMatch = 8;
 constexpr unsigned char kBadDrawable = 9;
 constexpr int kUnmapNotify = 18;
 constexpr int kClientMessage = 33;
+constexpr int kIsUnmapped = 0;
 constexpr int kIsViewable = 2;
 constexpr int kRevertToParent = 2;
 constexpr int kPropModeReplace = 0;
@@ -132,7 +140,9 @@ constexpr Atom kWmTransientForAtom = 68;
   X(int, XRaiseWindow, (Display*, Window))                                                        \
   X(int, XMoveResizeWindow, (Display*, Window, int, int, unsigned, unsigned))                     \
   X(int, XSetInputFocus, (Display*, Window, int, Time))                                           \
-  X(int, XGetInputFocus, (Display*, Window*, int*))
+  X(int, XGetInputFocus, (Display*, Window*, int*))                                               \
+  X(int, Xutf8TextPropertyToTextList, (Display*, const TextProperty*, char***, int*))             \
+  X(void, XFreeStringList, (char**))
 
 struct Api {
 #define OMBRIX_XLIB_MEMBER(result, name, parameters) result(*name) parameters = nullptr;
