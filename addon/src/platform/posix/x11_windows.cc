@@ -227,15 +227,17 @@ bool MappedUnmanaged(X11Connection& c, Window window) {
 
 // The listed clients top first in the order their frames are stacked on
 // screen: some managers update the stacking hint late or never. The hint's
-// own order stands where a client's frame is not among the root's children,
-// and between clients that share a frame.
+// own order stands where a client's frame is not among the root's children
+// (a virtual root), and between clients that share a frame (fluxbox's tabs).
 std::vector<Window> ByFrames(X11Connection& c, const std::vector<Window>& listed) {
   std::unordered_map<Window, size_t> height;
   const std::vector<Window> frames = Children(c, c.root());
   for (size_t i = 0; i < frames.size(); ++i) height[frames[i]] = i;
   std::vector<std::pair<size_t, Window>> ranked;
   for (const Window window : listed) {
-    const auto frame = height.find(TopLevelOf(c, window));
+    const Window top = TopLevelOf(c, window);
+    if (!top) continue;  // gone since the list was read
+    const auto frame = height.find(top);
     if (frame == height.end()) return {listed.rbegin(), listed.rend()};
     ranked.emplace_back(frame->second, window);
   }
