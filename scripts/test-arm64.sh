@@ -87,7 +87,8 @@ under_qemu=(env -u OMBRIX_BUILD PREBUILDS_ONLY=1 OMBRIX_QEMU="$(command -v qemu-
 "${under_qemu[@]}" -p "'node ' + process.version + ' on ' + process.arch + ' loads ' + require('./lib/binding').modulePath()"
 started=$SECONDS
 status=0
-timeout "$run_timeout_s" "${under_qemu[@]}" --expose-gc --test --test-timeout="$test_timeout_ms" \
+# Two suite files at a time: emulated, the suites wait on one another's threads.
+timeout "$run_timeout_s" "${under_qemu[@]}" --expose-gc --test --test-concurrency=2 --test-timeout="$test_timeout_ms" \
   --test-skip-pattern="$skip_pattern" --test-reporter=spec "${files[@]}" 2>&1 | tee "$log" || status=$?
 counts="$(grep -E '^ℹ (tests|pass|fail|cancelled|skipped|todo) ' "$log" | sed 's/^ℹ //' | paste -sd, - | sed 's/,/, /g')"
 echo "linux-arm64 under qemu-user: ${#files[@]} suites, ${counts:-no counts}, $((SECONDS - started)) s: $(

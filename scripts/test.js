@@ -2,7 +2,7 @@
 'use strict';
 // Runs every suite of one build variant: the node:test suites, then the native
 // (ctest) suites, and prints both summaries.
-//   node scripts/test.js [release|asan|tsan] [--hostile [--seed N]] [--no-native] [test files...]
+//   node scripts/test.js [release|asan|tsan] [--hostile [--seed N]] [--no-native] [--concurrency N] [test files...]
 // Sanitizer variants are (re)built first; node then runs with the compiler's
 // sanitizer runtime preloaded, since node itself is not instrumented.
 // --hostile runs the node:test suites against the SDK's hostile mode, from
@@ -11,6 +11,9 @@
 // test/hostile/guard.js then checks each suite's process at its end.
 // --no-native runs the node:test suites alone against the build as it is (no
 // build, no ctest): run with another node binary, they run on that Node.
+// --concurrency N runs N suite files at once (node's default is one fewer
+// than the cores): the suites wait on other threads and processes more than
+// they compute, so CI's release legs run two on two cores.
 const crypto = require('crypto');
 const { spawnSync, execFileSync } = require('child_process');
 const fs = require('fs');
@@ -21,6 +24,7 @@ const args = process.argv.slice(2);
 const variant = args[0] && VARIANTS[args[0]] ? args.shift() : (process.env.OMBRIX_BUILD || 'release');
 const hostile = takeFlag('--hostile');
 const native = !takeFlag('--no-native');
+const concurrency = takeOption('--concurrency');
 const seed = takeOption('--seed') || process.env.OMBRIX_HOSTILE_SEED || crypto.randomBytes(8).readBigUInt64BE().toString();
 // Long enough for a loaded sanitizer run.
 const testTimeoutMs = 5 * 60 * 1000;
@@ -89,7 +93,7 @@ function main() {
     console.log(`\n${vendor.reason}\nSkipped: ${skipped.map((f) => path.basename(f)).join(', ')}`);
   }
 
-  const nodeArgs = ['--expose-gc'];
+  const nodeArgs = ['--expose-gc', ...(concurrency ? [`--test-concurrency=${concurrency}`] : [])];
   if (hostile) {
     env.OMBRIX_HOSTILE = seed;
     env.OMBRIX_APP_SEED = seed;  // the hostile application's draws, from the same printed seed
