@@ -10,6 +10,7 @@ const os = require('os');
 const path = require('path');
 
 const ombrix = require('..');
+const { decodePlacement, encodePlacement } = require('../lib/windows');
 const { windowClient } = require('./x11/client');
 const { run, shell, settle, info, property, wmName, rootChildren, topLevelOf, programs } = require('./x11/desktop');
 
@@ -18,14 +19,11 @@ const skip = (process.platform !== 'linux' || !wm || !process.env.DISPLAY) &&
   'runs once per window manager under npm run test:x11';
 const ewmh = ['openbox', 'fluxbox', 'icewm'].includes(wm);
 const ewmhOnly = skip || (!ewmh && `${wm} has no EWMH desktops or active window`);
-const SHOW_CMD = 8;
-const RECT = 28;
-const rectOf = (placement) => [0, 1, 2, 3].map((i) => placement.readInt32LE(RECT + 4 * i));
-const withRect = (placement, rect) => {
-  const copy = Buffer.from(placement);
-  rect.forEach((v, i) => copy.writeInt32LE(v, RECT + 4 * i));
-  return copy;
-};
+// Placements as an application reads them (ombrix_addon/windows).
+const rectOf = (placement) => Object.values(decodePlacement(placement).normalPosition);
+const withRect = (placement, [left, top, right, bottom]) =>
+  encodePlacement({ ...decodePlacement(placement), normalPosition: { left, top, right, bottom } });
+const showState = (placement) => decodePlacement(placement).showState;
 const tool = skip ? null : ombrix.createGuiTool();
 const titleOf = (hwnd) => tool.enumerateVisibleTopLevelWindows().find((w) => w.hwnd === hwnd)?.title;
 const listed = (hwnds) => tool.enumerateVisibleTopLevelWindows().map((w) => w.hwnd).filter((h) => hwnds.includes(h));
@@ -80,11 +78,11 @@ test('a window on another desktop is not minimised; a minimised one is, as _NET_
     run('wmctrl', ['-i', '-r', hwnd, '-t', '1']);
     await settle(() => property('_NET_WM_DESKTOP', hwnd) === '1', 'on desktop 1');
     assert.doesNotMatch(property('_NET_WM_STATE', hwnd) ?? '', /HIDDEN/);
-    assert.deepEqual([tool.isIconic(hwnd), tool.getWindowPlacement(hwnd).readUInt32LE(SHOW_CMD)], [false, 1]);
+    assert.deepEqual([tool.isIconic(hwnd), showState(tool.getWindowPlacement(hwnd))], [false, 1]);
     run('wmctrl', ['-i', '-r', hwnd, '-t', '0']);
     run('xdotool', ['windowminimize', hwnd]);
     await settle(() => /HIDDEN/.test(property('_NET_WM_STATE', hwnd) ?? ''), 'minimised');
-    assert.deepEqual([tool.isIconic(hwnd), tool.getWindowPlacement(hwnd).readUInt32LE(SHOW_CMD)], [true, 2]);
+    assert.deepEqual([tool.isIconic(hwnd), showState(tool.getWindowPlacement(hwnd))], [true, 2]);
   });
 
 test('the enumeration finds every managed client, top first as their frames are stacked on screen',
