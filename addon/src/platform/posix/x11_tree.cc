@@ -14,29 +14,32 @@ bool HasWmState(X11Connection& c, Window window) {
   return !c.Items(window, c.atom(X11Connection::kWmState)).empty();
 }
 
+// XQueryTree's answer, the parent 0 when it is the root; false for a window
+// that is gone.
+bool Query(X11Connection& c, Window window, Window* parent, std::vector<Window>* children) {
+  Window root = 0;
+  Window* list = nullptr;
+  unsigned int count = 0;
+  if (!c.x.XQueryTree(c.display(), window, &root, parent, &list, &count)) return false;
+  if (children) children->assign(list, list + count);
+  if (list) c.x.XFree(list);
+  if (*parent == root) *parent = 0;
+  return true;
+}
+
 }  // namespace
 
 std::vector<Window> Children(X11Connection& c, Window window) {
-  Window root = 0;
   Window parent = 0;
-  Window* children = nullptr;
-  unsigned int count = 0;
-  if (!c.x.XQueryTree(c.display(), window, &root, &parent, &children, &count)) return {};
-  std::vector<Window> list(children, children + count);
-  if (children) c.x.XFree(children);
-  return list;
+  std::vector<Window> children;
+  Query(c, window, &parent, &children);
+  return children;
 }
 
 Window TopLevelOf(X11Connection& c, Window window) {
-  for (;;) {
-    Window root = 0;
-    Window parent = 0;
-    Window* children = nullptr;
-    unsigned int count = 0;
-    if (!c.x.XQueryTree(c.display(), window, &root, &parent, &children, &count)) return 0;
-    if (children) c.x.XFree(children);
-    if (parent == root || parent == 0) return window;
-    window = parent;
+  for (Window parent = 0;; window = parent) {
+    if (!Query(c, window, &parent, nullptr)) return 0;
+    if (parent == 0) return window;  // its parent is the root
   }
 }
 

@@ -219,6 +219,11 @@ void SwitchDesktop(X11Connection& c, unsigned long desktop) {
                {static_cast<long>(desktop), 0 /* CurrentTime */, 0, 0, 0});
 }
 
+void AskActive(X11Connection& c, Window window) {
+  c.SendToRoot(window, X11Connection::kNetActiveWindow,
+               {kSourcePager, 0 /* CurrentTime */, 0, 0, 0});
+}
+
 bool MappedUnmanaged(X11Connection& c, Window window) {
   xlib::WindowAttributes attributes{};
   return c.x.XGetWindowAttributes(c.display(), window, &attributes) &&
@@ -434,8 +439,7 @@ Window Active(X11Connection& c) {
 void RequestActive(X11Connection& c, Window window) {
   const unsigned long desktop = DesktopToShow(c, window);
   if (desktop != kAllDesktops) SwitchDesktop(c, desktop);
-  c.SendToRoot(window, X11Connection::kNetActiveWindow,
-               {kSourcePager, 0 /* CurrentTime */, 0, 0, 0});
+  AskActive(c, window);
 }
 
 Desktop Remember(X11Connection& c) {
@@ -454,10 +458,7 @@ void Restore(X11Connection& c, const Desktop& state) {
   if (state.focus > 1) {  // 0 is None, 1 PointerRoot
     c.x.XSetInputFocus(c.display(), state.focus, xlib::kRevertToParent, 0 /* CurrentTime */);
   }
-  if (state.active && c.Supports(X11Connection::kNetActiveWindow)) {
-    c.SendToRoot(state.active, X11Connection::kNetActiveWindow,
-                 {kSourcePager, 0 /* CurrentTime */, 0, 0, 0});
-  }
+  if (state.active && c.Supports(X11Connection::kNetActiveWindow)) AskActive(c, state.active);
 }
 
 void RaiseAndFocus(X11Connection& c, Window window) {
