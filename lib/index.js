@@ -3,3 +3,4 @@
 const { load, modulePath } = require('./binding');
 
 module.exports = load(modulePath());
+require('./inspect-env').fromEnv();

@@ -37,24 +37,51 @@ fi
 
 export WINEPREFIX="$cache/wineprefix" WINEARCH=win64 WINEDEBUG="${WINEDEBUG:--all}"
 export WINEDLLOVERRIDES="mscoree,mshtml="  # no Mono or Gecko installer prompts
-if [[ ! -f "$WINEPREFIX/.ombrix-ready" ]]; then
-  timeout 300 wineboot -i
-  timeout 120 wineserver -w
-  # node 22 refuses the default "Windows 7"; the null driver gives windows
-  # without an X server.
-  timeout 60 wine reg add 'HKCU\Software\Wine' /v Version /d win10 /f >/dev/null
-  timeout 60 wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null
-  timeout 120 wineserver -w  # the settings apply once the server has exited
-  touch "$WINEPREFIX/.ombrix-ready"
-fi
+
+# step <what> <seconds> <command...>: a Wine step bounded in time, which says
+# which one it was when it fails (set -e would end the script unexplained).
+step() {
+  local what=$1 limit=$2 status=0
+  shift 2
+  timeout "$limit" "$@" || status=$?
+  ((status == 0)) || echo "Wine: $what failed (exit $status$( ((status == 124)) && echo ", over $limit s"))" >&2
+  return "$status"
+}
+
+prepare_prefix() {
+  step "creating the prefix" 300 wineboot -i &&
+    step "the server's exit after creating the prefix" 120 wineserver -w &&
+    # node 22 refuses the default "Windows 7"; the null driver gives windows
+    # without an X server.
+    step "setting the Windows version" 60 wine reg add 'HKCU\Software\Wine' /v Version /d win10 /f >/dev/null &&
+    step "choosing the null graphics driver" 60 wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null &&
+    step "the server's exit, which applies the settings" 120 wineserver -w
+}
 
 cleanup() { timeout 60 wineserver -k 2>/dev/null || true; }
 trap cleanup EXIT
 trap 'exit 130' INT TERM
+
+# A first run in CI once ended here, before any test, having said nothing:
+# each step now says whether it failed, and the prefix gets a second try.
+if [[ ! -f "$WINEPREFIX/.ombrix-ready" ]]; then
+  if ! prepare_prefix; then
+    echo "Wine: preparing the prefix again, from scratch" >&2
+    cleanup
+    rm -rf "$WINEPREFIX"
+    prepare_prefix
+  fi
+  touch "$WINEPREFIX/.ombrix-ready"
+fi
+
 # One persistent server, and a desktop started before any test: a desktop
 # first started by a test's child can keep the runner from exiting.
 wineserver -p
-timeout 60 wine "$build/window_host.exe" warmup
+if ! step "starting the desktop (warm-up)" 120 wine "$build/window_host.exe" warmup; then
+  cleanup
+  wineserver -p
+  step "starting the desktop (warm-up), again" 240 wine "$build/window_host.exe" warmup
+fi
 
 files=("$@")
 if ((${#files[@]} == 0)); then

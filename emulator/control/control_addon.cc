@@ -350,6 +350,69 @@ Napi::Value ChatStorm(const Napi::CallbackInfo& info) {
   return ThreadWork::Start(info.Env(), emu::ChatStorm(threads, calls, StringArg(info, 2)));
 }
 
+// The inspector page's feed. One environment watches at a time; the SDK wakes
+// it through a thread-safe function that never keeps the process alive: a
+// page left open must not stop an application that is done from ending.
+class InspectorFeed {
+ public:
+  static Napi::Value Watch(const Napi::CallbackInfo& info) {
+    Napi::Env env = info.Env();
+    if (!info[0].IsFunction()) throw Napi::TypeError::New(env, "expected a function");
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (watching_) throw Napi::Error::New(env, "the inspector feed is already watched");
+    tsfn_ = Tsfn::New(env, info[0].As<Napi::Function>(), "OmbrixInspector", 0, 1);
+    tsfn_.Unref(env);
+    Tsfn wake = tsfn_;
+    emu::WatchInspector([wake]() mutable { wake.NonBlockingCall(); });
+    watching_ = true;
+    owner_ = env;
+    cleanup_ = env.AddCleanupHook(std::function<void()>([] { Stop(); }));
+    return env.Undefined();
+  }
+
+  static Napi::Value Unwatch(const Napi::CallbackInfo& info) {
+    {
+      std::lock_guard<std::mutex> lock(mutex_);
+      if (watching_ && owner_ != static_cast<napi_env>(info.Env())) {
+        throw Napi::Error::New(info.Env(), "the inspector feed is watched by another thread");
+      }
+    }
+    if (Stop()) cleanup_.Remove(info.Env());
+    return info.Env().Undefined();
+  }
+
+  static Napi::Value Drain(const Napi::CallbackInfo& info) {
+    return Napi::String::New(info.Env(), emu::DrainInspector());
+  }
+
+  static Napi::Value State(const Napi::CallbackInfo& info) {
+    return Napi::String::New(info.Env(), emu::InspectorState());
+  }
+
+ private:
+  static void Wake(Napi::Env env, Napi::Function callback, std::nullptr_t*, std::nullptr_t*) {
+    if (env != nullptr && !callback.IsEmpty()) callback.Call({});
+  }
+  using Tsfn = Napi::TypedThreadSafeFunction<std::nullptr_t, std::nullptr_t, &InspectorFeed::Wake>;
+
+  // Once UnwatchInspector has returned the SDK never wakes again, so the
+  // function is released after it, exactly once. False when not watching.
+  static bool Stop() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (!watching_) return false;
+    emu::UnwatchInspector();
+    tsfn_.Release();
+    watching_ = false;
+    return true;
+  }
+
+  static inline std::mutex mutex_;
+  static inline bool watching_ = false;
+  static inline napi_env owner_ = nullptr;
+  static inline Tsfn tsfn_;
+  static inline Napi::Env::CleanupHook<std::function<void()>> cleanup_;
+};
+
 Napi::Object Init(Napi::Env env, Napi::Object exports) {
   ombrix_addon::PinThisModule();  // storm threads may outlive the environment that loaded it
   const std::pair<const char*, Napi::Function::Callback> functions[] = {
@@ -388,6 +451,10 @@ Napi::Object Init(Napi::Env env, Napi::Object exports) {
       {"releaseHeldCallbacks", ReleaseHeldCallbacks},
       {"loggerEnabled", LoggerEnabled},
       {"signalingThreadName", SignalingThreadName},
+      {"inspectorWatch", InspectorFeed::Watch},
+      {"inspectorUnwatch", InspectorFeed::Unwatch},
+      {"inspectorDrain", InspectorFeed::Drain},
+      {"inspectorState", InspectorFeed::State},
   };
   for (const auto& [name, function] : functions) {
     exports.Set(name, Napi::Function::New(env, function, name));

@@ -1,13 +1,7 @@
 'use strict';
 // Control surface of the substitute SDK, for tests, examples and benchmarks.
 // It steers the same SDK instance as the module, in the same process.
-const { helperPath, load } = require('../../lib/binding');
-
-// The module first: it loads the SDK library that the control addon links to
-// (on Windows a DLL is found beside the addon that loads it, and the control
-// addon's subfolder has none).
-require('../../lib');
-const native = load(helperPath('control', 'ombrix_control'));
+const native = require('./native');
 
 const claimed = new Set();
 
@@ -89,6 +83,13 @@ function check(ok, what) {
 }
 
 const emulator = {
+  // --- the inspector page -------------------------------------------------------
+  /**
+   * Serves the inspector page on 127.0.0.1 (`port` 0: a free one), prints its
+   * URL once, and resolves with { url, port, token, close() }.
+   */
+  inspect: (options) => require('./inspector').inspect(options),
+
   // --- runtime ---------------------------------------------------------------
   /** How often crash reporting was started and stopped: { initialized, shutdown }. */
   sentryCounts: native.sentryCounts,

@@ -6,7 +6,7 @@ const emulator = createRequire(import.meta.url)('./index.js');
 
 export default emulator;
 export const {
-  sentryCounts, liveObjects, mallocBytes, injectThreadCreateFailure, emitLogs, startLogStorm,
+  inspect, sentryCounts, liveObjects, mallocBytes, injectThreadCreateFailure, emitLogs, startLogStorm,
   stopLogStorm, loggerEnabled, signalingThreadName, hostile,
   setMode, mode, calls, nextCall, complete, drop, isCancelled, autoComplete,
   injectFault, injectWeakLockFailure, clearFaults,

@@ -146,4 +146,20 @@ OMBRIX_API bool AnswerConfirm(uint64_t confirm, uint32_t request, const std::str
 OMBRIX_API std::function<std::string()> ChatStorm(int threads, int calls,
                                                   const std::string& argsJson);
 
+// --- The inspector page's feed ----------------------------------------------
+//
+// While watched, the SDK queues an event for each thing the page shows (calls
+// starting and ending in both directions, log lines, chat streams and
+// confirmations, observer events, faults, hostile habits striking), at most
+// a few thousand; what does not fit is dropped and counted. `wake` is called
+// from any thread, and must not block, when the queue stops being empty.
+OMBRIX_API void WatchInspector(std::function<void()> wake);
+OMBRIX_API void UnwatchInspector();
+// {"dropped":N,"events":[…]}, emptying the queue.
+OMBRIX_API std::string DrainInspector();
+// What the page shows on opening, besides what the other calls report:
+// { sites: [fault site], faults: [{ site, fault }], drives: [{ id, op, ageMs }] (in flight),
+//   chat: { sessions, streams: [{ id, events }], confirms: [{ id, requests }] } }.
+OMBRIX_API std::string InspectorState();
+
 }  // namespace quelt::ombrix::emu

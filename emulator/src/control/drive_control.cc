@@ -8,6 +8,7 @@
 #include "client/client.h"
 #include "drivers/drive_support.h"
 #include "drivers/workspace_driver.h"
+#include "inspect/feed.h"
 #include "ombrix_emu/control.h"
 #include "tools/account_tool.h"
 
@@ -25,6 +26,16 @@ Json EventDrive(const std::string& op, const Json& args, int listener) {
   }
   std::string error = SendClientEvent(op, args, args["client"], made.finished);
   return error.empty() ? made.started : DriveError(error);
+}
+
+Json DriveService(const std::string& service, const std::string& op, const Json& args,
+                  int listener) {
+  if (service == "chat") return chat::Drive(op, args, listener);
+  if (service == "notification") return notification::Drive(op, args, listener);
+  if (service == "audit") return audit::Drive(op, args, listener);
+  if (service == "workspace") return workspace::Drive(op, args, listener);
+  if (service == "events") return EventDrive(op, args, listener);
+  return Json::MakeObject({{"error", "unknown service " + service}});
 }
 
 }  // namespace
@@ -47,12 +58,18 @@ std::string Drive(const std::string& service, const std::string& op, const std::
   } catch (const std::exception& e) {
     return Json::MakeObject({{"error", e.what()}}).Dump();
   }
-  if (service == "chat") return chat::Drive(op, args, listener).Dump();
-  if (service == "notification") return notification::Drive(op, args, listener).Dump();
-  if (service == "audit") return audit::Drive(op, args, listener).Dump();
-  if (service == "workspace") return workspace::Drive(op, args, listener).Dump();
-  if (service == "events") return EventDrive(op, args, listener).Dump();
-  return Json::MakeObject({{"error", "unknown service " + service}}).Dump();
+  Json started = DriveService(service, op, args, listener);
+  // The page learns which service a drive went to and with what; its ids
+  // (a stream, a confirmation) too.
+  if (inspect::Watched() && started.Has("drive")) {
+    Json shown = started;
+    shown.Set("dir", "js");
+    shown.Set("id", started["drive"]);
+    shown.Set("service", service);
+    shown.Set("args", args);
+    inspect::Publish("call.args", std::move(shown));
+  }
+  return started.Dump();
 }
 
 std::string DriveReport(uint64_t drive) { return DriveLog::Shared().Get(drive).Dump(); }

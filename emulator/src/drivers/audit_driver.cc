@@ -24,9 +24,10 @@ class RecordingObserver final : public AuditSessionObserverItf {
     events_.Record(Json::MakeObject({{"event", "error"}, {"message", MessageJson(message)}}));
   }
   Json Events() const { return events_.Events(); }
+  void SetFeedId(uint64_t id) { events_.SetFeedId(id); }
 
  private:
-  EventRecorder events_;
+  EventRecorder events_{"audit.observer"};
 };
 
 using HeldObserver = std::pair<SharedPtr<AuditSessionObserverItf>, RecordingObserver*>;
@@ -98,7 +99,9 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
     if (!args["observer"].IsBool() || args["observer"].AsBool()) {
       auto* recorder = new RecordingObserver();
       observer = SharedPtr<AuditSessionObserverItf>(recorder);
-      observerId = Json(TheRegistry().observers.Add(std::make_pair(observer, recorder)));
+      const uint64_t held = TheRegistry().observers.Add(std::make_pair(observer, recorder));
+      recorder->SetFeedId(held);
+      observerId = Json(held);
     }
     return StartChange(
         op, listener, [session, observer] { session->SetObserver(observer); },

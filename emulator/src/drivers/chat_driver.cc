@@ -33,9 +33,10 @@ class RecordingObserver final : public ChatSessionObserverItf {
     events_.Record(std::move(event));
   }
   Json Events() const { return events_.Events(); }
+  void SetFeedId(uint64_t id) { events_.SetFeedId(id); }
 
  private:
-  EventRecorder events_;
+  EventRecorder events_{"chat.observer"};
 };
 
 // What the SDK holds on to.
@@ -105,7 +106,9 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
     if (!args["observer"].IsBool() || args["observer"].AsBool()) {
       auto* recorder = new RecordingObserver();
       SharedPtr<ChatSessionObserverItf> held(recorder);
-      observerId = Json(TheRegistry().observers.Add(std::make_pair(held, recorder)));
+      const uint64_t id = TheRegistry().observers.Add(std::make_pair(held, recorder));
+      recorder->SetFeedId(id);
+      observerId = Json(id);
       observer = held;
     }
     // Usually called here, on the JavaScript thread: made once the call returns.
@@ -124,12 +127,16 @@ Json DriveSession(const std::string& op, const Json& args, int listener) {
     if (!args["stream"].IsBool() || args["stream"].AsBool()) {
       auto* recorder = new RecordingStream();
       stream = SharedPtr<ChatResponseStreamItf>(recorder);
-      result.Set("stream", TheRegistry().streams.Add(std::make_pair(stream, recorder)));
+      const uint64_t id = TheRegistry().streams.Add(std::make_pair(stream, recorder));
+      recorder->SetFeedId(id);
+      result.Set("stream", id);
     }
     if (!args["confirm"].IsBool() || args["confirm"].AsBool()) {
       auto* recorder = new RecordingConfirm();
       confirm = SharedPtr<ConfirmCallbackItf>(recorder);
-      result.Set("confirm", TheRegistry().confirms.Add(std::make_pair(confirm, recorder)));
+      const uint64_t id = TheRegistry().confirms.Add(std::make_pair(confirm, recorder));
+      recorder->SetFeedId(id);
+      result.Set("confirm", id);
     }
     auto attachments = ombrix_records::MakeAttachmentList(
         FromJson<std::vector<ombrix_records::AttachmentData>>(args["attachments"]));
@@ -208,6 +215,22 @@ Json StreamEvents(uint64_t stream) {
 Json ConfirmRequests(uint64_t confirm) {
   auto found = TheRegistry().confirms.Find(confirm);
   return found.second ? found.second->Requests() : Json();
+}
+
+Json HeldState() {
+  Registry& registry = TheRegistry();
+  Json sessions = Json(Json::Array());
+  for (const auto& entry : registry.sessions.All()) sessions.Push(Json(entry.first));
+  Json streams = Json(Json::Array());
+  for (const auto& entry : registry.streams.All()) {
+    streams.Push(Json::MakeObject({{"id", entry.first}, {"events", entry.second.second->Events()}}));
+  }
+  Json confirms = Json(Json::Array());
+  for (const auto& entry : registry.confirms.All()) {
+    confirms.Push(
+        Json::MakeObject({{"id", entry.first}, {"requests", entry.second.second->Requests()}}));
+  }
+  return Json::MakeObject({{"sessions", sessions}, {"streams", streams}, {"confirms", confirms}});
 }
 
 Json ObserverEvents(uint64_t observer) {

@@ -24,6 +24,10 @@ Json StreamEvents(uint64_t stream);
 Json ConfirmRequests(uint64_t confirm);
 Json ObserverEvents(uint64_t observer);
 
+// What the SDK holds now: { sessions: [id], streams: [{ id, events }],
+// confirms: [{ id, requests }] }.
+Json HeldState();
+
 bool CancelToolCall(uint64_t stream, uint32_t index);
 bool AnswerConfirm(uint64_t confirm, uint32_t request, const std::string& responseJson);
 

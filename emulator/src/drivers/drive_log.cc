@@ -1,5 +1,6 @@
 #include "drivers/drive_log.h"
 
+#include "inspect/feed.h"
 #include "runtime/log.h"
 #include "runtime/worker_thread.h"
 
@@ -39,10 +40,38 @@ std::set<std::thread::id> DriveLog::JsThreads() const {
 }
 
 uint64_t DriveLog::Begin(const std::string& op, int listener) {
-  std::lock_guard<std::mutex> lock(mutex_);
-  uint64_t id = nextDrive_++;
-  drives_[id] = Drive{op, listener, 0, Json()};
+  uint64_t id;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    id = nextDrive_++;
+    drives_[id] = Drive{op, listener, 0, Json(), inspect::SteadyMs()};
+  }
+  if (inspect::Watched()) {
+    inspect::Publish("call.start", Json::MakeObject({{"dir", "js"}, {"id", id}, {"op", op}}));
+  }
   return id;
+}
+
+// What the page is told when a drive's callback first runs or is dropped.
+void DriveLog::Finished(uint64_t drive, const Drive& entry) {
+  if (!inspect::Watched()) return;
+  inspect::Publish("call.end", Json::MakeObject({{"dir", "js"},
+                                                 {"id", drive},
+                                                 {"op", entry.op},
+                                                 {"ms", inspect::SteadyMs() - entry.started},
+                                                 {"result", entry.report}}));
+}
+
+Json DriveLog::Pending() const {
+  std::lock_guard<std::mutex> lock(mutex_);
+  const double now = inspect::SteadyMs();
+  Json pending = Json(Json::Array());
+  for (const auto& [id, entry] : drives_) {
+    if (entry.calls > 0 || !entry.report.IsNull()) continue;
+    pending.Push(Json::MakeObject({{"dir", "js"}, {"id", id}, {"op", entry.op},
+                                   {"ageMs", now - entry.started}}));
+  }
+  return pending;
 }
 
 void DriveLog::Report(uint64_t drive, Json received) {
@@ -63,6 +92,7 @@ void DriveLog::Report(uint64_t drive, Json received) {
     received.Set("onJsThread", jsThreads_.count(std::this_thread::get_id()) > 0);
     entry.report = std::move(received);
     Notify(drive, entry);
+    Finished(drive, entry);
   }
 }
 
@@ -72,6 +102,7 @@ void DriveLog::Dropped(uint64_t drive) {
   if (found == drives_.end() || found->second.calls > 0) return;
   found->second.report = Json::MakeObject({{"dropped", true}});
   Notify(drive, found->second);
+  Finished(drive, found->second);
 }
 
 void DriveLog::Notify(uint64_t drive, const Drive& entry) {

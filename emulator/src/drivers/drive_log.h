@@ -44,6 +44,9 @@ class DriveLog {
   // The first report, with "thread", "onJsThread" and the current "calls";
   // null while the callback has neither run nor been dropped.
   Json Get(uint64_t drive) const;
+  // The drives whose callback has neither run nor been dropped:
+  // [{ dir: "js", id, op, ageMs }].
+  Json Pending() const;
 
  private:
   struct Drive {
@@ -51,8 +54,10 @@ class DriveLog {
     int listener = 0;
     int calls = 0;
     Json report;
+    double started = 0;  // inspect::SteadyMs()
   };
-  void Notify(uint64_t drive, const Drive& entry);  // under mutex_
+  void Notify(uint64_t drive, const Drive& entry);    // under mutex_
+  void Finished(uint64_t drive, const Drive& entry);  // under mutex_
 
   mutable std::mutex mutex_;
   uint64_t nextDrive_ = 1;

@@ -43,6 +43,12 @@ class Held {
     return value;
   }
 
+  // Copies, so that the caller may use them outside the lock.
+  std::map<uint64_t, Value> All() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return items_;
+  }
+
   std::map<uint64_t, Value> ReleaseAll() {
     std::map<uint64_t, Value> all;
     std::lock_guard<std::mutex> lock(mutex_);

@@ -32,9 +32,10 @@ class RecordingObserver final : public NotificationObserverItf {
     events_.Record(Json::MakeObject({{"event", "removed"}, {"id", MessageJson(id)}}));
   }
   Json Events() const { return events_.Events(); }
+  void SetFeedId(uint64_t id) { events_.SetFeedId(id); }
 
  private:
-  EventRecorder events_;
+  EventRecorder events_{"notification"};
 };
 
 using HeldObserver = std::pair<SharedPtr<NotificationObserverItf>, RecordingObserver*>;
@@ -74,7 +75,9 @@ Json Drive(const std::string& op, const Json& args, int listener) {
     if (!args["observer"].IsBool() || args["observer"].AsBool()) {
       auto* recorder = new RecordingObserver();
       observer = SharedPtr<NotificationObserverItf>(recorder);
-      id = Json(Observers().Add(std::make_pair(observer, recorder)));
+      const uint64_t held = Observers().Add(std::make_pair(observer, recorder));
+      recorder->SetFeedId(held);
+      id = Json(held);
     }
     return StartChange(
         op, listener, [service, observer] { service->SetObserver(observer); },

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "hostile/hostile_callback.h"
+#include "inspect/feed.h"
 #include "ombrix_addon/records.h"
 #include "runtime/task_pool.h"
 #include "scripted/faults.h"
@@ -16,11 +17,18 @@ void RecordingConfirm::RequestConfirm(ConfirmActionType actionType, const char* 
   if (ApplyFault("RequestConfirm")) return;  // "empty": ignored
   std::lock_guard<std::mutex> lock(mutex_);
   uint32_t id = next_++;
-  requests_[id] = Request{Json::MakeObject({{"request", id},
-                                            {"actionType", static_cast<int32_t>(actionType)},
-                                            {"title", ombrix_records::Copy(title)},
-                                            {"content", ombrix_records::Copy(content)}}),
-                          std::move(callback)};
+  Json description = Json::MakeObject({{"request", id},
+                                       {"actionType", static_cast<int32_t>(actionType)},
+                                       {"title", ombrix_records::Copy(title)},
+                                       {"content", ombrix_records::Copy(content)}});
+  Show(description);
+  requests_[id] = Request{std::move(description), std::move(callback)};
+}
+
+void RecordingConfirm::Show(Json event) const {
+  if (!inspect::Watched()) return;
+  event.Set("confirm", feedId_);
+  inspect::Publish("chat.confirm", std::move(event));
 }
 
 Json RecordingConfirm::Requests() const {
@@ -42,6 +50,7 @@ bool RecordingConfirm::Answer(uint32_t request, const std::string& responseJson)
     if (found == requests_.end() || !found->second.callback) return false;
     callback = std::move(found->second.callback);
   }
+  Show(Json::MakeObject({{"request", request}, {"answer", responseJson}}));
   SharedPtr<CallbackItf<ConfirmResult>> answer = hostile::Wrap(std::move(callback));
   std::function<void()> deliver = [answer, responseJson] {
     answer->OnResult(ConfirmResult{responseJson.c_str()});

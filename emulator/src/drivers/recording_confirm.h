@@ -23,12 +23,18 @@ class RecordingConfirm final : public ConfirmCallbackItf {
   // The SDK gives up on every unanswered request: their callbacks are
   // released without a result. Returns how many there were.
   size_t Abandon();
+  // The id the control surface knows it by, for the inspector page; set once
+  // held, before the requester is handed to the application.
+  void SetFeedId(uint64_t id) { feedId_ = id; }
 
  private:
   struct Request {
     Json description;
     SharedPtr<CallbackItf<ConfirmResult>> callback;
   };
+  void Show(Json event) const;  // to a page that watches
+
+  uint64_t feedId_ = 0;
   mutable std::mutex mutex_;
   std::map<uint32_t, Request> requests_;
   uint32_t next_ = 0;

@@ -1,6 +1,7 @@
 #include "drivers/recording_stream.h"
 
 #include "hostile/hostile.h"
+#include "inspect/feed.h"
 #include "scripted/faults.h"
 #include "ombrix_addon/records.h"
 #include "runtime/worker_thread.h"
@@ -8,7 +9,26 @@
 
 namespace quelt::ombrix::emu {
 
+namespace {
+
+Json ChunkJson(const ombrix_records::ChunkData& data, bool attachmentsNull) {
+  Json event = Json::MakeObject({{"event", "chunk"}});
+  const Json fields = ToJson(data);
+  for (const auto& member : fields.AsObject()) event.Set(member.first, member.second);
+  // The SDK sees an empty attachment list as null: record which it got.
+  event.Set("attachmentsNull", attachmentsNull);
+  return event;
+}
+
+}  // namespace
+
+void RecordingStream::Show(const Json& event) const {
+  if (!inspect::Watched()) return;
+  inspect::Publish("chat.stream", Json::MakeObject({{"stream", feedId_}, {"event", event}}));
+}
+
 void RecordingStream::Record(Json event) {
+  Show(event);
   std::lock_guard<std::mutex> lock(mutex_);
   events_.emplace_back(std::move(event));
 }
@@ -16,6 +36,7 @@ void RecordingStream::Record(Json event) {
 void RecordingStream::OnChunk(const ChatStreamChunk& chunk) {
   if (ApplyFault("OnChunk")) return;  // "empty": ignored
   Chunk copy{ombrix_records::Copy(chunk), !chunk.attachments};
+  if (inspect::Watched()) Show(ChunkJson(copy.data, copy.attachmentsNull));
   std::lock_guard<std::mutex> lock(mutex_);
   events_.emplace_back(std::move(copy));
 }
@@ -27,6 +48,7 @@ void RecordingStream::OnToolCall(SharedPtr<ToolCallItf> toolCall) {
   std::lock_guard<std::mutex> lock(mutex_);
   event.Set("index", static_cast<uint32_t>(toolCalls_.size()));
   toolCalls_.push_back(std::move(toolCall));
+  Show(event);
   events_.emplace_back(std::move(event));
 }
 
@@ -56,12 +78,7 @@ Json RecordingStream::Events() const {
       continue;
     }
     const Chunk& chunk = std::get<Chunk>(entry);
-    Json event = Json::MakeObject({{"event", "chunk"}});
-    const Json fields = ToJson(chunk.data);
-    for (const auto& member : fields.AsObject()) event.Set(member.first, member.second);
-    // The SDK sees an empty attachment list as null: record which it got.
-    event.Set("attachmentsNull", chunk.attachmentsNull);
-    events.Push(std::move(event));
+    events.Push(ChunkJson(chunk.data, chunk.attachmentsNull));
   }
   return events;
 }

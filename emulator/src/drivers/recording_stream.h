@@ -2,6 +2,7 @@
 // every chunk, tool call, todo list, usage record and end it is given.
 #pragma once
 
+#include <cstdint>
 #include <mutex>
 #include <variant>
 #include <vector>
@@ -24,6 +25,9 @@ class RecordingStream final : public ChatResponseStreamItf {
   Json Events() const;
   // Cancels the index-th tool call received (false when there is none).
   bool CancelToolCall(uint32_t index);
+  // The id the control surface knows it by, for the inspector page; set once
+  // held, before the stream is handed to the application.
+  void SetFeedId(uint64_t id) { feedId_ = id; }
 
  private:
   // A chunk is kept as its record and described only when events are read:
@@ -34,6 +38,9 @@ class RecordingStream final : public ChatResponseStreamItf {
     bool attachmentsNull;
   };
   void Record(Json event);
+  void Show(const Json& event) const;  // to a page that watches
+
+  uint64_t feedId_ = 0;
 
   mutable std::mutex mutex_;
   std::vector<std::variant<Chunk, Json>> events_;

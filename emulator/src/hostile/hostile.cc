@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "inspect/feed.h"
 #include "runtime/log.h"
 #include "runtime/task_pool.h"
 #include "runtime/worker_thread.h"
@@ -103,6 +104,7 @@ bool Roll(Habit habit) {
   if (!(state.habits.load(std::memory_order_relaxed) & (1u << index))) return false;
   if (static_cast<int>(Draw() % 100) >= state.percent.load(std::memory_order_relaxed)) return false;
   state.struck[index].fetch_add(1, std::memory_order_relaxed);
+  if (inspect::Watched()) inspect::Publish("hostile", Json::MakeObject({{"habit", kNames[index]}}));
   return true;
 }
 

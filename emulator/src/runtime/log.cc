@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "hostile/hostile.h"
+#include "inspect/feed.h"
 #include "scripted/faults.h"
 
 namespace quelt::ombrix {
@@ -76,6 +77,15 @@ Sink& TheSink() {
   return *sink;
 }
 
+// Every line the SDK writes, at every level, goes to a page that watches:
+// it picks the level it shows.
+void PublishLog(const LogContext& context, const char* message) {
+  if (!emu::inspect::Watched()) return;
+  emu::inspect::Publish("log", emu::Json::MakeObject({{"level", static_cast<int32_t>(context.level)},
+                                                      {"module", emu::Json(context.module)},
+                                                      {"message", emu::Json(message)}}));
+}
+
 }  // namespace
 
 namespace logger {
@@ -90,6 +100,7 @@ bool IsEnabled(LogLevel level) {
 }
 
 void LogSafe(const LogContext& context, const char* message) {
+  PublishLog(context, message);
   TheSink().With([&](ILogger* logger) {
     if (logger) logger->Log(context, message);
   });
@@ -101,7 +112,8 @@ namespace emu {
 
 void Log(LogLevel level, const char* module, const char* file, int line, const char* function,
          const char* format, ...) {
-  if (!logger::IsEnabled(level)) return;
+  const bool enabled = logger::IsEnabled(level);
+  if (!enabled && !inspect::Watched()) return;
   va_list args;
   va_start(args, format);
   va_list measure;
@@ -111,7 +123,12 @@ void Log(LogLevel level, const char* module, const char* file, int line, const c
   std::string message(length > 0 ? static_cast<size_t>(length) : 0, '\0');
   if (length > 0) std::vsnprintf(&message[0], message.size() + 1, format, args);
   va_end(args);
-  logger::LogSafe(LogContext{level, module, file, line, function}, message.c_str());
+  const LogContext context{level, module, file, line, function};
+  if (enabled) {
+    logger::LogSafe(context, message.c_str());
+  } else {
+    PublishLog(context, message.c_str());
+  }
 }
 
 }  // namespace emu

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "hostile/hostile.h"
+#include "inspect/feed.h"
 #include "runtime/log.h"
 #include "support/json.h"
 
@@ -36,6 +37,14 @@ size_t SiteIndex(const std::string& site) {
   return i;
 }
 
+const char* KindName(Fault fault) { return fault == Fault::kThrow ? "throw" : "empty"; }
+
+// Arming, striking and clearing, to a page that watches.
+void Show(const char* what, const std::string& site, Fault fault) {
+  if (!inspect::Watched()) return;
+  inspect::Publish("fault", Json::MakeObject({{"event", what}, {"site", site}, {"fault", KindName(fault)}}));
+}
+
 struct Faults {
   std::mutex mutex;
   std::array<std::deque<Fault>, kSiteCount> queued;
@@ -63,7 +72,20 @@ bool InjectFault(const std::string& site, Fault fault) {
   std::lock_guard<std::mutex> lock(faults.mutex);
   faults.queued[index].push_back(fault);
   faults.count.fetch_add(1);
+  Show("armed", site, fault);
   return true;
+}
+
+std::string ArmedFaultsJson() {
+  Faults& faults = TheFaults();
+  Json armed = Json(Json::Array());
+  std::lock_guard<std::mutex> lock(faults.mutex);
+  for (size_t i = 0; i < kSiteCount; ++i) {
+    for (Fault fault : faults.queued[i]) {
+      armed.Push(Json::MakeObject({{"site", kSites[i]}, {"fault", KindName(fault)}}));
+    }
+  }
+  return armed.Dump();
 }
 
 Fault TakeFault(const std::string& site) {
@@ -77,6 +99,7 @@ Fault TakeFault(const std::string& site) {
   Fault fault = queued.front();
   queued.pop_front();
   faults.count.fetch_sub(1);
+  Show("struck", site, fault);
   return fault;
 }
 
@@ -84,7 +107,11 @@ int ClearInjectedFaults() {
   Faults& faults = TheFaults();
   std::lock_guard<std::mutex> lock(faults.mutex);
   for (std::deque<Fault>& queued : faults.queued) queued.clear();
-  return faults.count.exchange(0);
+  const int cleared = faults.count.exchange(0);
+  if (cleared > 0 && inspect::Watched()) {
+    inspect::Publish("fault", Json::MakeObject({{"event", "cleared"}, {"count", cleared}}));
+  }
+  return cleared;
 }
 
 bool ApplyFault(const std::string& site) {

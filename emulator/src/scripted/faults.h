@@ -13,6 +13,8 @@ std::string FaultSitesJson();
 // Sites are SDK operation names: "CreateOmbrixClient", "CreateRemoteFileTool"…
 // False (nothing armed) for a site not in the list.
 bool InjectFault(const std::string& site, Fault fault);
+// The faults armed and not yet struck: [{ site, fault: "empty" | "throw" }].
+std::string ArmedFaultsJson();
 // Consumes and returns the fault queued for `site` (kNone when there is none).
 Fault TakeFault(const std::string& site);
 // Disarms every queued fault; returns how many there were.

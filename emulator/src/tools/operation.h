@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "hostile/hostile_callback.h"
+#include "inspect/followed_call.h"
 #include "loopback/cancel.h"
 #include "ombrix/callback.h"
 #include "ombrix_addon/records.h"
@@ -156,7 +157,7 @@ SharedPtr<OperationHandleItf> Perform(const ToolContext& context, const char* op
   if (!callback || ApplyFault(op) || HostileRefusal(context, op, callback)) {
     return SharedPtr<OperationHandleItf>();
   }
-  callback = hostile::Wrap(std::move(callback));
+  callback = hostile::Wrap(inspect::Follow(op, args, std::move(callback)));
   if (context.mode == Mode::kScripted) {
     uint64_t id = CallLog::Shared().Capture(op, std::move(args), [callback](const Json& record) {
       ScriptedDelivery<Arg>::Deliver(*callback.get(), record);
