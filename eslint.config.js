@@ -12,6 +12,11 @@ module.exports = [
     languageOptions: { ecmaVersion: 2023, sourceType: 'commonjs', globals: globals.node },
   },
   {
+    // The inspector page runs in a browser, as a classic script.
+    files: ['emulator/js/inspector/*.js'],
+    languageOptions: { ecmaVersion: 2023, sourceType: 'script', globals: globals.browser },
+  },
+  {
     files: ['**/*.mjs'],
     languageOptions: { ecmaVersion: 2023, sourceType: 'module', globals: globals.node },
   },
