@@ -13,7 +13,7 @@ const confirms = new Map();   // confirm id → { stream, requests: Map }
 const audits = new Map();     // audit session id → recording state
 const auditObservers = new Map();  // observer id → audit session id
 let dropped = 0;
-let sites = [];
+let armed = [];  // faults armed and not yet struck: { site, fault }
 
 function el(tag, props = {}, ...children) {
   const node = document.createElement(tag);
@@ -137,6 +137,10 @@ const handlers = {
     append($('#faults'), el('li', {}, `${time(event.t)} audit observer ${event.observer}: ${event.event.event}${event.event.message ? ` ${event.event.message}` : ''}`), KEEP.lines);
   },
   fault(event) {
+    if (event.event === 'armed') armed.push({ site: event.site, fault: event.fault });
+    if (event.event === 'struck') armed.splice(armed.findIndex((f) => f.site === event.site && f.fault === event.fault), 1);
+    if (event.event === 'cleared') armed = [];
+    renderArmed();
     const what = event.event === 'cleared' ? `cleared ${event.count}` : `${event.event} ${event.site} (${event.fault})`;
     append($('#faults'), el('li', {}, `${time(event.t)} fault ${what} on ${thread(event.thread)}`), KEEP.lines);
   },
@@ -155,11 +159,9 @@ function renderInflight() {
     rows.push(el('tr', {}, el('td', {}, direction(call.dir)), el('td', {}, callName(call)),
       el('td', { class: 'num' }, `${((now - call.started) / 1000).toFixed(1)} s`), el('td', {}, details('arguments', call.args))));
   }
-  for (const call of scripted) {
-    rows.push(el('tr', {}, el('td', {}, 'app → SDK tool (scripted, waiting)'), el('td', {}, call.op),
-      el('td', {}, ''), el('td', {}, details('arguments', call.args))));
-  }
   $('#inflight tbody').replaceChildren(...rows);
+  $('#scripted').textContent = scripted.length
+    ? `scripted calls waiting for an answer from code: ${scripted.map((c) => `${c.op} #${c.id}`).join(', ')}` : '';
 }
 
 function renderTranscript(id) {
@@ -238,9 +240,9 @@ function renderState(state) {
 
 function renderSnapshot(snapshot) {
   renderState(snapshot);
-  sites = snapshot.sites;
-  $('#arm-fault select[name=site]').replaceChildren(...sites.map((s) => el('option', {}, s)));
-  $('#armed').textContent = snapshot.faults.map((f) => `${f.site} (${f.fault})`).join(', ') || 'none';
+  $('#arm-fault select[name=site]').replaceChildren(...snapshot.sites.map((s) => el('option', {}, s)));
+  armed = snapshot.faults;
+  renderArmed();
   for (const drive of snapshot.drives) {
     Object.assign(callOf({ dir: 'js', ...drive }), { started: Date.now() - drive.ageMs });
   }
@@ -254,6 +256,10 @@ function renderSnapshot(snapshot) {
   }
   snapshot.chat.streams.forEach((s) => renderTranscript(s.id));
   renderInflight();
+}
+
+function renderArmed() {
+  $('#armed').textContent = armed.map((f) => `${f.site} (${f.fault})`).join(', ') || 'none';
 }
 
 function addDropped(count) {
