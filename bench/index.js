@@ -14,7 +14,7 @@ const baselineBuild = require('./baseline');
 const { measure, printTable } = require('./harness');
 
 const suites = [require('./promise-roundtrip'), require('./js-services'), require('./event-loop'), require('./memory'),
-  require('./loopback-tools'), require('./module-load')];
+  require('./loopback-tools'), require('./module-load'), require('./inspector')];
 
 function options(argv) {
   const result = { only: [], baseline: true, rounds: 5 };

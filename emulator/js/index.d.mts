@@ -10,9 +10,10 @@ export type {
   ConfirmRequestRecord, ChatObserverEvent, NotificationRecordJson, EventMeta, NotificationObserverEvent,
   AuditSessionInfoRecord, AuditReportRecord, AuditObserverEvent, PendingCall, LogOptions, HostileHabit,
   HostileOptions, HostileStatus, StormResult, SendChatOptions, SentChat, Chat, Notification, Audit,
-  Workspace, Hostile, Emulator,
+  Workspace, Hostile, Emulator, InspectOptions, Inspector,
 } from './index.js';
 
+export declare const inspect: emulator.Emulator['inspect'];
 export declare const sentryCounts: emulator.Emulator['sentryCounts'];
 export declare const liveObjects: emulator.Emulator['liveObjects'];
 export declare const mallocBytes: emulator.Emulator['mallocBytes'];

@@ -368,7 +368,33 @@ declare namespace emulator {
     releaseHeld(): number;
   }
 
+  /** How the inspector page is served. */
+  interface InspectOptions {
+    /** The port on 127.0.0.1; 0 (the default) picks a free one. */
+    port?: number;
+    /** Print the URL to stderr (the default). */
+    print?: boolean;
+  }
+
+  /** The inspector page's server: nothing of it keeps the process alive. */
+  interface Inspector {
+    /** The page's address, with its token: http://127.0.0.1:<port>/?token=… */
+    readonly url: string;
+    readonly port: number;
+    /** Every request must carry it (`?token=` or an X-Ombrix-Token header). */
+    readonly token: string;
+    /** Stops serving; open pages lose their connection. */
+    close(): Promise<void>;
+  }
+
   interface Emulator {
+    /**
+     * Serves the inspector page on 127.0.0.1 and prints its URL once; a second
+     * call while it serves resolves with the same server.
+     * Rejects with a RangeError for a port outside 0 to 65535, or with the
+     * error of a port that cannot be listened on.
+     */
+    inspect(options?: InspectOptions): Promise<Inspector>;
     /** How often crash reporting was started and stopped. */
     sentryCounts(): { initialized: number; shutdown: number };
     /** Live SDK objects, by contract type ('OmbrixClient', 'RemoteFileTool', …). */

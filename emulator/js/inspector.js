@@ -100,10 +100,11 @@ class Inspector {
     // Neither the server nor any connection (an open page included) keeps
     // an application that is done from ending.
     this.server.on('connection', (socket) => socket.unref());
-    this.server.unref();
+    // Held only until it listens, so that `await inspect()` returns.
     this.ready = new Promise((resolve, reject) => {
       this.server.once('error', reject);
       this.server.listen(port, '127.0.0.1', () => {
+        this.server.unref();
         this.port = this.server.address().port;
         this.url = `http://127.0.0.1:${this.port}/?token=${this.token}`;
         this.hosts = new Set([`127.0.0.1:${this.port}`, `localhost:${this.port}`]);
@@ -235,6 +236,7 @@ class Inspector {
     for (const viewer of this.viewers) viewer.res.destroy();
     this.viewers.clear();
     if (this.timer) this.stopFeed();
+    this.server.ref();  // until closed, so that `await close()` returns
     await new Promise((resolve) => this.server.close(resolve));
     if (current === this) current = null;
   }
