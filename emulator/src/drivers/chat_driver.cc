@@ -223,7 +223,8 @@ Json HeldState() {
   for (const auto& entry : registry.sessions.All()) sessions.Push(Json(entry.first));
   Json streams = Json(Json::Array());
   for (const auto& entry : registry.streams.All()) {
-    streams.Push(Json::MakeObject({{"id", entry.first}, {"events", entry.second.second->Events()}}));
+    streams.Push(
+        Json::MakeObject({{"id", entry.first}, {"events", entry.second.second->Events()}}));
   }
   Json confirms = Json(Json::Array());
   for (const auto& entry : registry.confirms.All()) {

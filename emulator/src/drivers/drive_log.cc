@@ -68,8 +68,8 @@ Json DriveLog::Pending() const {
   Json pending = Json(Json::Array());
   for (const auto& [id, entry] : drives_) {
     if (entry.calls > 0 || !entry.report.IsNull()) continue;
-    pending.Push(Json::MakeObject({{"dir", "js"}, {"id", id}, {"op", entry.op},
-                                   {"ageMs", now - entry.started}}));
+    pending.Push(Json::MakeObject(
+        {{"dir", "js"}, {"id", id}, {"op", entry.op}, {"ageMs", now - entry.started}}));
   }
   return pending;
 }

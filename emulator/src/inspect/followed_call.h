@@ -75,7 +75,8 @@ SharedPtr<CallbackItf<Arg>> Follow(const char* op, const Json& args,
                                    SharedPtr<CallbackItf<Arg>> callback) {
   if (!Watched() || !callback) return callback;
   const uint64_t id = NextCallId();
-  Publish("call.start", Json::MakeObject({{"dir", "tool"}, {"id", id}, {"op", op}, {"args", args}}));
+  Publish("call.start",
+          Json::MakeObject({{"dir", "tool"}, {"id", id}, {"op", op}, {"args", args}}));
   return SharedPtr<CallbackItf<Arg>>(new FollowedCallback<Arg>(id, op, std::move(callback)));
 }
 

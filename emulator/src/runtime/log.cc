@@ -81,9 +81,10 @@ Sink& TheSink() {
 // it picks the level it shows.
 void PublishLog(const LogContext& context, const char* message) {
   if (!emu::inspect::Watched()) return;
-  emu::inspect::Publish("log", emu::Json::MakeObject({{"level", static_cast<int32_t>(context.level)},
-                                                      {"module", emu::Json(context.module)},
-                                                      {"message", emu::Json(message)}}));
+  emu::inspect::Publish("log",
+                        emu::Json::MakeObject({{"level", static_cast<int32_t>(context.level)},
+                                               {"module", emu::Json(context.module)},
+                                               {"message", emu::Json(message)}}));
 }
 
 }  // namespace

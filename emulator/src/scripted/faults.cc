@@ -42,7 +42,8 @@ const char* KindName(Fault fault) { return fault == Fault::kThrow ? "throw" : "e
 // Arming, striking and clearing, to a page that watches.
 void Show(const char* what, const std::string& site, Fault fault) {
   if (!inspect::Watched()) return;
-  inspect::Publish("fault", Json::MakeObject({{"event", what}, {"site", site}, {"fault", KindName(fault)}}));
+  inspect::Publish("fault",
+                   Json::MakeObject({{"event", what}, {"site", site}, {"fault", KindName(fault)}}));
 }
 
 struct Faults {
