@@ -37,6 +37,9 @@ check "require works with no library path set, reports the vendor's version and 
       assert.match(read.content, /^\{/);
       client.close();
     });"
+check "OMBRIX_INSPECT earns a warning and no inspector page: the vendor's SDK has none" \
+  bash -c "out=\$(OMBRIX_INSPECT=0 node -e \"require('.')\" 2>&1) && grep -q 'which has no inspector' <<<\"\$out\" &&
+    ! grep -q 'ombrix inspector:' <<<\"\$out\""
 check "the suites that need no control surface pass against the packaged SDK" npm test
 
 # The module configured as a native build on ARM would be (scripts/build.js,

@@ -106,5 +106,19 @@ test('the page follows a running application and drives it', { skip: !fs.existsS
   fs.mkdirSync(images, { recursive: true });
   await page.screenshot({ path: path.join(images, 'inspector.png'), fullPage: true });
   await page.locator('#chat-card').screenshot({ path: path.join(images, 'inspector-chat.png') });
+
+  // A storm while the page watches: every call reaches the page, or is
+  // counted as dropped, and the page still answers.
+  const before = Number(await page.locator('body').getAttribute('data-events'));
+  const droppedBefore = Number(await page.locator('#dropped').innerText());
+  const storm = await emu.chat.storm(2, 5000);
+  assert.equal(storm.completed, 10000);
+  await page.waitForFunction(([seen, lost]) => {
+    const events = Number(globalThis.document.body.dataset.events) - seen;
+    const dropped = Number(globalThis.document.querySelector('#dropped').textContent) - lost;
+    return events + dropped >= 20000;
+  }, [before, droppedBefore], { timeout: 60000 });
+  await page.getByRole('button', { name: 'Get notifications' }).click();
+  await page.locator('#result', { hasText: 'getNotifications' }).waitFor();
   assert.deepEqual(errors, []);
 });

@@ -4,7 +4,7 @@
 // page as text, never as markup.
 const token = new URLSearchParams(location.search).get('token');
 const $ = (selector) => document.querySelector(selector);
-const KEEP = { timeline: 400, log: 400, lines: 200 };
+const KEEP = { timeline: 400, log: 400, lines: 200, inflight: 100 };
 const LEVELS = ['trace', 'debug', 'info', 'warning', 'error', 'fatal'];
 
 const calls = new Map();      // `${dir}:${id}` → a call, in flight or finished
@@ -62,12 +62,10 @@ function settle(call) {
     el('td', {}, callName(call)), el('td', {}, thread(call.thread)),
     el('td', { class: 'num' }, call.ms.toFixed(1)),
     el('td', {}, details('arguments', call.args), details(call.result?.dropped ? 'dropped' : 'result', call.result)));
-  $('#timeline tbody').prepend(row);
-  while ($('#timeline tbody').childElementCount > KEEP.timeline) $('#timeline tbody').lastElementChild.remove();
+  newRows.push(row);
   learn(call);
-  renderInflight();
-  // A finished call need only be remembered for a late description.
-  setTimeout(() => calls.delete(`${call.dir}:${call.id}`), 10000);
+  schedule();
+  call.doneAt = Date.now();
 }
 
 // What a finished call tells about sessions the SDK now holds.
@@ -84,8 +82,8 @@ function learn(call) {
 const handlers = {
   'call.start'(event) {
     const call = callOf(event);
-    Object.assign(call, { started: event.t, args: event.args ?? call.args });
-    renderInflight();
+    Object.assign(call, { started: event.t, args: event.args ?? call.args, service: event.service ?? call.service });
+    schedule();
   },
   'call.args'(event) {
     const call = callOf(event);
@@ -96,7 +94,7 @@ const handlers = {
       renderTranscript(event.stream);
     }
     settle(call);
-    renderInflight();
+    schedule();
   },
   'call.end'(event) {
     const call = callOf(event);
@@ -109,7 +107,8 @@ const handlers = {
     const line = el('li', { 'data-level': event.level },
       `${time(event.t)} ${LEVELS[event.level] ?? event.level} [${event.module ?? ''}] ${event.message ?? ''}`);
     line.hidden = event.level < Number($('#log-level').value);
-    append($('#log'), line, KEEP.log);
+    newLines.push(line);
+    schedule();
   },
   'chat.stream'(event) {
     const stream = streams.get(event.stream) || { events: [] };
@@ -151,14 +150,39 @@ const handlers = {
 
 // --- rendering --------------------------------------------------------------
 
+// A storm brings thousands of events a second: the tables are redrawn once a
+// frame, whatever came in meanwhile.
+let newRows = [];
+let newLines = [];
+let frame = 0;
+function schedule() {
+  if (!frame) frame = requestAnimationFrame(render);
+}
+
+function render() {
+  frame = 0;
+  const timeline = $('#timeline tbody');
+  timeline.prepend(...newRows.slice(-KEEP.timeline).reverse());
+  newRows = [];
+  while (timeline.childElementCount > KEEP.timeline) timeline.lastElementChild.remove();
+  const log = $('#log');
+  log.append(...newLines.slice(-KEEP.log));
+  newLines = [];
+  while (log.childElementCount > KEEP.log) log.firstElementChild.remove();
+  renderInflight();
+}
+
 function renderInflight() {
   const rows = [];
   const now = Date.now();
+  let more = 0;
   for (const call of calls.values()) {
     if (call.ended || call.started === undefined) continue;
+    if (rows.length === KEEP.inflight) { more += 1; continue; }
     rows.push(el('tr', {}, el('td', {}, direction(call.dir)), el('td', {}, callName(call)),
       el('td', { class: 'num' }, `${((now - call.started) / 1000).toFixed(1)} s`), el('td', {}, details('arguments', call.args))));
   }
+  if (more) rows.push(el('tr', {}, el('td', { colspan: 4 }, `and ${more} more`)));
   $('#inflight tbody').replaceChildren(...rows);
   $('#scripted').textContent = scripted.length
     ? `scripted calls waiting for an answer from code: ${scripted.map((c) => `${c.op} #${c.id}`).join(', ')}` : '';
@@ -322,5 +346,10 @@ source.addEventListener('batch', (message) => {
   for (const event of batch.events) handlers[event.kind]?.(event);
   document.body.dataset.events = String(Number(document.body.dataset.events || 0) + batch.events.length);
 });
-// Ages of calls in flight move on without any event.
-setInterval(renderInflight, 1000);
+// Ages of calls in flight move on without any event; a finished call need
+// only be remembered a while, for a late description.
+setInterval(() => {
+  const old = Date.now() - 10000;
+  for (const [key, call] of calls) if (call.doneAt < old) calls.delete(key);
+  renderInflight();
+}, 1000);
