@@ -181,11 +181,14 @@ class Inspector {
   }
 
   // Writes to every page that keeps up; one that does not loses the text,
-  // and is told how many events it lost once it catches up.
+  // and is told how many events it lost once it catches up. False when one
+  // lost it.
   broadcast(name, text, events) {
+    let all = true;
     for (const viewer of this.viewers) {
       if (viewer.res.writableLength > MAX_BACKLOG) {
         viewer.dropped += events;
+        all = false;
         continue;
       }
       if (viewer.dropped) {
@@ -194,21 +197,25 @@ class Inspector {
       }
       viewer.res.write(`event: ${name}\ndata: ${text}\n\n`);
     }
+    return all;
   }
 
   drain() {
     if (!this.viewers.size) return;
     const text = native.inspectorDrain();
-    // The SDK's text is sent as it is: a batch is {"dropped":N,"events":[…]}.
-    this.broadcast('batch', text, 1 + (text.match(/"kind":/g) || []).length);
+    // The SDK's text is sent as it is: a batch is {"dropped":N,"events":[…]},
+    // N being what the SDK's queue had no room for. A page that loses the
+    // batch loses those too.
+    const lost = Number(/^\{"dropped":(\d+)/.exec(text)[1]) + (text.match(/"kind":/g) || []).length;
+    this.broadcast('batch', text, lost);
     this.sendState();
   }
 
   sendState() {
     const text = JSON.stringify(state());
     if (text === this.lastState) return;
-    this.lastState = text;
-    this.broadcast('state', text, 1);
+    // A state a page missed is sent again: it is not an event to count.
+    this.lastState = this.broadcast('state', text, 0) ? text : '';
   }
 
   act(req, res) {
