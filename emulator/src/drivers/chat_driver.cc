@@ -335,9 +335,9 @@ Json RunStorm(SharedPtr<ChatSessionManagerItf> manager, int threads, int calls) 
     callers.emplace_back([manager, state, t, calls] {
       NameCurrentThread("ombrix-chat-" + std::to_string(t));
       for (int i = 0; i < calls; ++i) {
-        manager->SetLanguageCode(
-            static_cast<LanguageCode>(i % 7),
-            SharedPtr<CallbackItf<const OperationResult&>>(new StormCallback(state, ShowStormCall())));
+        manager->SetLanguageCode(static_cast<LanguageCode>(i % 7),
+                                 SharedPtr<CallbackItf<const OperationResult&>>(
+                                     new StormCallback(state, ShowStormCall())));
       }
     });
   }
