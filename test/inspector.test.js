@@ -4,9 +4,11 @@
 const test = require('node:test');
 const assert = require('node:assert/strict');
 const http = require('http');
+const { once } = require('events');
+const { Worker } = require('worker_threads');
 
 const ombrix = require('..');
-const { runNode, nodeEnv, waitFor, emu, scripted } = require('./helpers');
+const { root, runNode, nodeEnv, waitFor, emu, scripted } = require('./helpers');
 
 function request(inspector, { path = `/?token=${inspector.token}`, method = 'GET', headers = {}, body } = {}) {
   return new Promise((resolve, reject) => {
@@ -158,6 +160,28 @@ test('a page that does not read loses events, counted, and never holds the SDK',
   const got = seen.events().filter((e) => e.message && e.message.startsWith(message)).length;
   assert.ok(lost > 0, 'some were dropped');
   assert.ok(got + lost >= 20000, `${got} shown + ${lost} dropped covers all 20000`);
+});
+
+test('one thread at a time watches the SDK: a worker\'s page is refused while the main thread\'s is open', async (t) => {
+  const inspector = await emu.inspect({ print: false });
+  t.after(() => inspector.close());
+  const seen = watch(inspector);
+  t.after(() => seen.close());
+  await waitFor(() => seen.snapshot.length === 1, { what: 'the snapshot' });
+  const worker = new Worker(`
+    const { parentPort } = require('worker_threads');
+    const http = require('http');
+    require(${JSON.stringify(root)} + '/emulator/js').inspect({ print: false }).then((inspector) => {
+      http.get(inspector.url.replace('/?', '/events?'), (res) => {
+        res.resume();
+        res.on('end', () => inspector.close().then(() => parentPort.postMessage(res.statusCode)));
+      });
+    });`, { eval: true });
+  const [status] = await once(worker, 'message');
+  assert.equal(status, 409);
+  await once(worker, 'exit');
+  await emu.emitLogs({ level: 0, message: 'still watched here' });
+  await waitFor(() => seen.events().some((e) => e.message === 'still watched here'), { what: 'the main page\'s event' });
 });
 
 test('OMBRIX_INSPECT serves the page from load; an open page does not keep a finished process', async () => {

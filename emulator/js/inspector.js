@@ -156,9 +156,15 @@ class Inspector {
   }
 
   watch(req, res) {
+    if (this.viewers.size === 0) {
+      try {
+        this.startFeed();
+      } catch (error) {  // another thread's inspector watches the SDK
+        return refuse(res, 409, error.message);
+      }
+    }
     res.writeHead(200, { ...HEADERS, 'Content-Type': 'text/event-stream' });
     const viewer = { res, dropped: 0 };
-    if (this.viewers.size === 0) this.startFeed();
     this.viewers.add(viewer);
     res.write(`event: snapshot\ndata: ${JSON.stringify(this.snapshot())}\n\n`);
     res.on('close', () => {

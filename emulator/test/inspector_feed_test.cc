@@ -67,7 +67,8 @@ TEST_F(FeedTest, CutsLongTextsAtACharacterBoundary) {
   // 2047 bytes, then a three-byte character across the 2048-byte cut.
   Emit(std::string(2047, 'a') + "\xE2\x82\xAC" + std::string(5000, 'b'));
   const std::string drained = DrainInspector();
-  EXPECT_NE(drained.find(std::string(2047, 'a') + "\xE2\x80\xA6 (5003 more bytes)"), std::string::npos)
+  EXPECT_NE(drained.find(std::string(2047, 'a') + "\xE2\x80\xA6 (5003 more bytes)"),
+            std::string::npos)
       << drained.substr(0, 200);
   EXPECT_LT(drained.size(), 2600u);
 }
