@@ -23,6 +23,7 @@ const ASSETS = {
 const MAX_BACKLOG = 1 << 20;
 const MAX_BODY = 64 * 1024;
 const STATE_INTERVAL_MS = 1000;
+const STATE_MIN_GAP_MS = 100;
 
 let emu = null;  // the control surface, loaded with the first server
 let native = null;
@@ -96,6 +97,7 @@ class Inspector {
     this.viewers = new Set();
     this.timer = null;
     this.lastState = '';
+    this.stateSent = 0;
     this.server = http.createServer((req, res) => this.handle(req, res));
     // Neither the server nor any connection (an open page included) keeps
     // an application that is done from ending.
@@ -209,15 +211,19 @@ class Inspector {
   drain() {
     if (!this.viewers.size) return;
     const text = native.inspectorDrain();
-    // The SDK's text is sent as it is: a batch is {"dropped":N,"events":[…]},
-    // N being what the SDK's queue had no room for. A page that loses the
-    // batch loses those too.
-    const lost = Number(/^\{"dropped":(\d+)/.exec(text)[1]) + (text.match(/"kind":/g) || []).length;
+    // The SDK's text is sent as it is: a batch is {"dropped":N,"count":M,
+    // "events":[…]}, N being what the SDK's queue had no room for. A page
+    // that loses the batch loses those too.
+    const [, dropped, count] = /^\{"dropped":(\d+),"count":(\d+)/.exec(text);
+    const lost = Number(dropped) + Number(count);
     this.broadcast('batch', text, lost);
-    this.sendState();
+    // The counts move with the events, but a storm drains far more often
+    // than a page can show them.
+    if (Date.now() - this.stateSent >= STATE_MIN_GAP_MS) this.sendState();
   }
 
   sendState() {
+    this.stateSent = Date.now();
     const text = JSON.stringify(state());
     if (text === this.lastState) return;
     // A state a page missed is sent again: it is not an event to count.

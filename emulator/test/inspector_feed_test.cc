@@ -38,7 +38,7 @@ class FeedTest : public ::testing::Test {
 
 TEST(InspectorFeed, PublishesNothingUnwatched) {
   Emit("unseen");
-  EXPECT_EQ(DrainInspector(), "{\"dropped\":0,\"events\":[]}");
+  EXPECT_EQ(DrainInspector(), "{\"dropped\":0,\"count\":0,\"events\":[]}");
 }
 
 TEST_F(FeedTest, WakesOnceUntilDrainedAndKeepsOrder) {
@@ -59,6 +59,7 @@ TEST_F(FeedTest, DropsAndCountsWhatTheQueueHasNoRoomFor) {
   const std::string drained = DrainInspector();
   const size_t queued = Count(drained, "\"kind\":\"log\"");
   EXPECT_EQ(queued, 4096u);
+  EXPECT_NE(drained.find("\"count\":4096,"), std::string::npos);
   EXPECT_EQ(queued + Dropped(drained), 8000u);
   EXPECT_EQ(Dropped(DrainInspector()), 0u);  // a drain resets the count
 }
@@ -79,7 +80,7 @@ TEST_F(FeedTest, UnwatchingEmptiesTheQueueAndStopsWaking) {
   const int before = wakes.load();
   Emit("after");
   EXPECT_EQ(wakes.load(), before);
-  EXPECT_EQ(DrainInspector(), "{\"dropped\":0,\"events\":[]}");
+  EXPECT_EQ(DrainInspector(), "{\"dropped\":0,\"count\":0,\"events\":[]}");
   WatchInspector([this] { wakes.fetch_add(1); });  // for TearDown
 }
 

@@ -155,7 +155,8 @@ OMBRIX_API std::function<std::string()> ChatStorm(int threads, int calls,
 // from any thread, and must not block, when the queue stops being empty.
 OMBRIX_API void WatchInspector(std::function<void()> wake);
 OMBRIX_API void UnwatchInspector();
-// {"dropped":N,"events":[…]}, emptying the queue.
+// {"dropped":N,"count":M,"events":[…]} (M events queued, N dropped since
+// the last drain), emptying the queue.
 OMBRIX_API std::string DrainInspector();
 // What the page shows on opening, besides what the other calls report:
 // { sites: [fault site], faults: [{ site, fault }], drives: [{ id, op, ageMs }] (in flight),

@@ -30,6 +30,25 @@ Queue& TheQueue() {
 // small; at a character boundary, so the page still reads valid UTF-8.
 constexpr size_t kMaxText = 2048;
 
+bool TooLong(const Json& value) {
+  switch (value.type()) {
+    case Json::Type::kString:
+      return value.AsString().size() > kMaxText;
+    case Json::Type::kArray:
+      for (const Json& item : value.AsArray()) {
+        if (TooLong(item)) return true;
+      }
+      return false;
+    case Json::Type::kObject:
+      for (const auto& member : value.AsObject()) {
+        if (TooLong(member.second)) return true;
+      }
+      return false;
+    default:
+      return false;
+  }
+}
+
 Json Shortened(const Json& value) {
   switch (value.type()) {
     case Json::Type::kString: {
@@ -66,7 +85,8 @@ void Publish(const char* kind, Json event) {
                                               std::chrono::system_clock::now().time_since_epoch())
                                               .count())));
   event.Set("thread", Json(CurrentThreadName()));
-  std::string text = Shortened(event).Dump();
+  // Most events hold no long text: they are not copied.
+  std::string text = TooLong(event) ? Shortened(event).Dump() : event.Dump();
   Queue& queue = TheQueue();
   std::lock_guard<std::mutex> lock(queue.mutex);
   if (!queue.wake) return;
@@ -111,7 +131,8 @@ std::string Drain() {
     std::swap(dropped, queue.dropped);
     queue.wakeDue = true;
   }
-  std::string out = "{\"dropped\":" + std::to_string(dropped) + ",\"events\":[";
+  std::string out = "{\"dropped\":" + std::to_string(dropped) +
+                    ",\"count\":" + std::to_string(events.size()) + ",\"events\":[";
   for (size_t i = 0; i < events.size(); ++i) {
     if (i) out += ',';
     out += events[i];

@@ -28,8 +28,8 @@ void Publish(const char* kind, Json event);
 void Watch(std::function<void()> wake);
 // Stops publishing; once it returns `wake` is never called again.
 void Unwatch();
-// {"dropped":N,"events":[…]}: everything queued, and how many events were
-// dropped since the last drain.
+// {"dropped":N,"count":M,"events":[…]}: the M events queued, and how many
+// were dropped since the last drain.
 std::string Drain();
 
 // How many events the queue holds before it drops.
