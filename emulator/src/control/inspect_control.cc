@@ -15,7 +15,7 @@ std::string DrainInspector() { return inspect::Drain(); }
 
 std::string InspectorState() {
   return Json::MakeObject({{"sites", Json::Parse(FaultSitesJson())},
-                           {"faults", Json::Parse(ArmedFaultsJson())},
+                           {"faults", ArmedFaults()},
                            {"drives", DriveLog::Shared().Pending()},
                            {"chat", chat::HeldState()}})
       .Dump();

@@ -16,7 +16,7 @@
 #include "drivers/recording_confirm.h"
 #include "drivers/recording_stream.h"
 #include "hostile/hostile.h"
-#include "inspect/feed.h"
+#include "inspect/followed_call.h"
 #include "ombrix_addon/records.h"
 #include "runtime/worker_thread.h"
 #include "support/record_json.h"
@@ -264,27 +264,20 @@ struct StormState {
   std::set<std::thread::id> jsThreads;
 };
 
-// Apart from the drives' ids, which count from 1 too.
-std::string StormCallId(uint64_t feedId) { return "storm-" + std::to_string(feedId); }
-
 class StormCallback final : public CallbackItf<const OperationResult&> {
  public:
-  // `feedId`: the call as a watching inspector page knows it (0: none).
-  StormCallback(std::shared_ptr<StormState> state, uint64_t feedId)
-      : state_(std::move(state)), feedId_(feedId), started_(feedId ? inspect::SteadyMs() : 0) {}
+  explicit StormCallback(std::shared_ptr<StormState> state) : state_(std::move(state)) {}
   ~StormCallback() override {
     if (called_) return;
-    Show(Json::MakeObject({{"dropped", true}}));
     std::lock_guard<std::mutex> lock(state_->mutex);
     ++state_->dropped;
     NotifyIfLast();
   }
-  void OnResult(const OperationResult& result) override {
+  void OnResult(const OperationResult&) override {
     if (called_.exchange(true)) {
       state_->duplicates.fetch_add(1);
       return;
     }
-    Show(OutcomeJson(result));
     std::lock_guard<std::mutex> lock(state_->mutex);
     if (!state_->jsThreads.count(std::this_thread::get_id())) state_->offJsThread.fetch_add(1);
     ++state_->completed;
@@ -298,31 +291,9 @@ class StormCallback final : public CallbackItf<const OperationResult&> {
     if (state_->completed + state_->dropped == state_->issued) state_->done.notify_one();
   }
 
-  void Show(Json result) const {
-    if (!feedId_ || !inspect::Watched()) return;
-    inspect::Publish("call.end", Json::MakeObject({{"dir", "js"},
-                                                   {"id", StormCallId(feedId_)},
-                                                   {"op", "setLanguageCode"},
-                                                   {"ms", inspect::SteadyMs() - started_},
-                                                   {"result", std::move(result)}}));
-  }
-
   std::shared_ptr<StormState> state_;
-  uint64_t feedId_;
-  double started_;
   std::atomic<bool> called_{false};
 };
-
-// A storm call the page follows, while one watches; 0 otherwise.
-uint64_t ShowStormCall() {
-  if (!inspect::Watched()) return 0;
-  const uint64_t id = inspect::NextCallId();
-  inspect::Publish("call.start", Json::MakeObject({{"dir", "js"},
-                                                   {"id", StormCallId(id)},
-                                                   {"op", "setLanguageCode"},
-                                                   {"service", "chat"}}));
-  return id;
-}
 
 Json RunStorm(SharedPtr<ChatSessionManagerItf> manager, int threads, int calls) {
   auto state = std::make_shared<StormState>();
@@ -335,9 +306,16 @@ Json RunStorm(SharedPtr<ChatSessionManagerItf> manager, int threads, int calls) 
     callers.emplace_back([manager, state, t, calls] {
       NameCurrentThread("ombrix-chat-" + std::to_string(t));
       for (int i = 0; i < calls; ++i) {
-        manager->SetLanguageCode(static_cast<LanguageCode>(i % 7),
-                                 SharedPtr<CallbackItf<const OperationResult&>>(
-                                     new StormCallback(state, ShowStormCall())));
+        // A watching page follows each call, its id kept apart from the drives'.
+        manager->SetLanguageCode(
+            static_cast<LanguageCode>(i % 7),
+            inspect::Follow(
+                "js", "setLanguageCode",
+                [] {
+                  return Json::MakeObject({{"service", "chat"}});
+                },
+                SharedPtr<CallbackItf<const OperationResult&>>(new StormCallback(state)),
+                "storm-"));
       }
     });
   }

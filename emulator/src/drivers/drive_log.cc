@@ -46,20 +46,14 @@ uint64_t DriveLog::Begin(const std::string& op, int listener) {
     id = nextDrive_++;
     drives_[id] = Drive{op, listener, 0, Json(), inspect::SteadyMs()};
   }
-  if (inspect::Watched()) {
-    inspect::Publish("call.start", Json::MakeObject({{"dir", "js"}, {"id", id}, {"op", op}}));
-  }
+  inspect::ShowCallStart("js", Json(id), op, Json::MakeObject({}));
   return id;
 }
 
 // What the page is told when a drive's callback first runs or is dropped.
 void DriveLog::Finished(uint64_t drive, const Drive& entry) {
-  if (!inspect::Watched()) return;
-  inspect::Publish("call.end", Json::MakeObject({{"dir", "js"},
-                                                 {"id", drive},
-                                                 {"op", entry.op},
-                                                 {"ms", inspect::SteadyMs() - entry.started},
-                                                 {"result", entry.report}}));
+  inspect::ShowCallEnd("js", Json(drive), entry.op, entry.started,
+                       Json::MakeObject({{"result", entry.report}}));
 }
 
 Json DriveLog::Pending() const {

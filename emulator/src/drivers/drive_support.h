@@ -19,8 +19,6 @@
 
 namespace quelt::ombrix::emu {
 
-inline Json MessageJson(const char* message) { return message ? Json(message) : Json(); }
-
 inline Json DriveError(const std::string& text) { return Json::MakeObject({{"error", text}}); }
 
 // The id of a held object a drive names; none when it names none.
@@ -82,13 +80,6 @@ inline Json StartChange(const std::string& op, int listener, std::function<void(
   made.finished.reset();
   if (!hostile::Deliver(run, true)) TaskPool::Quick().Post(std::move(run));
   return made.started;
-}
-
-// { code, errorMessage } of any result record (a null message stays null).
-template <class Record>
-Json OutcomeJson(const Record& record) {
-  return Json::MakeObject({{"code", static_cast<uint32_t>(record.code)},
-                           {"errorMessage", MessageJson(record.errorMessage)}});
 }
 
 // The items of an SDK list, each described by `describe`; null for no list.

@@ -76,6 +76,12 @@ Json Shortened(const Json& value) {
   }
 }
 
+Json CallEvent(const char* dir, const Json& id, const std::string& op, Json details) {
+  Json event = Json::MakeObject({{"dir", dir}, {"id", id}, {"op", op}});
+  for (const auto& member : details.AsObject()) event.Set(member.first, member.second);
+  return event;
+}
+
 }  // namespace
 
 void Publish(const char* kind, Json event) {
@@ -138,6 +144,19 @@ std::string Drain() {
     out += events[i];
   }
   return out + "]}";
+}
+
+void ShowCallStart(const char* dir, const Json& id, const std::string& op, Json details) {
+  if (!Watched()) return;
+  Publish("call.start", CallEvent(dir, id, op, std::move(details)));
+}
+
+void ShowCallEnd(const char* dir, const Json& id, const std::string& op, double startedMs,
+                 Json details) {
+  if (!Watched()) return;
+  Json event = CallEvent(dir, id, op, std::move(details));
+  event.Set("ms", SteadyMs() - startedMs);
+  Publish("call.end", std::move(event));
 }
 
 uint64_t NextCallId() {

@@ -35,6 +35,14 @@ std::string Drain();
 // How many events the queue holds before it drops.
 constexpr size_t kCapacity = 4096;
 
+// A call the page follows from start to end: `dir` is "tool" (the
+// application calling the SDK) or "js" (the SDK calling the application's
+// JavaScript); `details` adds members (arguments, a result). Nothing is built
+// unless a page watches.
+void ShowCallStart(const char* dir, const Json& id, const std::string& op, Json details);
+void ShowCallEnd(const char* dir, const Json& id, const std::string& op, double startedMs,
+                 Json details);
+
 // Ids for the calls the page follows from start to end.
 uint64_t NextCallId();
 // A steady clock in milliseconds, for durations.

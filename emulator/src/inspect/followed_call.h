@@ -10,6 +10,7 @@
 
 #include "inspect/feed.h"
 #include "ombrix/callback.h"
+#include "ombrix/result.h"
 #include "ombrix/types.h"
 #include "support/record_json.h"
 
@@ -20,6 +21,10 @@ struct Described;
 template <class R>
 struct Described<const R&> {
   static Json Of(const R& record) { return ToJson(record); }
+};
+template <>
+struct Described<const OperationResult&> {
+  static Json Of(const OperationResult& result) { return OutcomeJson(result); }
 };
 template <>
 struct Described<const char*> {
@@ -35,18 +40,18 @@ struct Described<SharedPtr<RemoteDeviceListItf>> {
 template <class Arg>
 class FollowedCallback final : public CallbackItf<Arg> {
  public:
-  FollowedCallback(uint64_t id, std::string op, SharedPtr<CallbackItf<Arg>> inner)
-      : id_(id), op_(std::move(op)), started_(SteadyMs()), inner_(std::move(inner)) {}
+  FollowedCallback(const char* dir, Json id, std::string op, SharedPtr<CallbackItf<Arg>> inner)
+      : dir_(dir),
+        id_(std::move(id)),
+        op_(std::move(op)),
+        started_(SteadyMs()),
+        inner_(std::move(inner)) {}
 
   ~FollowedCallback() override {
-    Json end = Json::MakeObject({{"dir", "tool"},
-                                 {"id", id_},
-                                 {"op", op_},
-                                 {"ms", SteadyMs() - started_},
-                                 {"results", results_}});
-    if (results_ == 0) end.Set("dropped", true);
-    end.Set("result", std::move(last_));
-    Publish("call.end", std::move(end));
+    Json details = Json::MakeObject({{"results", results_}});
+    if (results_ == 0) details.Set("dropped", true);
+    details.Set("result", std::move(last_));
+    ShowCallEnd(dir_, id_, op_, started_, std::move(details));
   }
 
   void OnResult(Arg value) override {
@@ -60,7 +65,8 @@ class FollowedCallback final : public CallbackItf<Arg> {
   }
 
  private:
-  uint64_t id_;
+  const char* dir_;
+  Json id_;
   std::string op_;
   double started_;
   SharedPtr<CallbackItf<Arg>> inner_;
@@ -69,15 +75,20 @@ class FollowedCallback final : public CallbackItf<Arg> {
   Json last_;
 };
 
-// `callback`, followed by the page while one watches.
-template <class Arg>
-SharedPtr<CallbackItf<Arg>> Follow(const char* op, const Json& args,
-                                   SharedPtr<CallbackItf<Arg>> callback) {
+// `callback`, followed by the page while one watches (see ShowCallStart);
+// `details()` describes the call, and runs only then. `idPrefix` keeps the
+// ids of calls of one kind apart from another's that count from 1 in the
+// same direction.
+template <class Arg, class Details>
+SharedPtr<CallbackItf<Arg>> Follow(const char* dir, const std::string& op, Details details,
+                                   SharedPtr<CallbackItf<Arg>> callback,
+                                   const char* idPrefix = nullptr) {
   if (!Watched() || !callback) return callback;
-  const uint64_t id = NextCallId();
-  Publish("call.start",
-          Json::MakeObject({{"dir", "tool"}, {"id", id}, {"op", op}, {"args", args}}));
-  return SharedPtr<CallbackItf<Arg>>(new FollowedCallback<Arg>(id, op, std::move(callback)));
+  const uint64_t number = NextCallId();
+  Json id = idPrefix ? Json(idPrefix + std::to_string(number)) : Json(number);
+  ShowCallStart(dir, id, op, details());
+  return SharedPtr<CallbackItf<Arg>>(
+      new FollowedCallback<Arg>(dir, std::move(id), op, std::move(callback)));
 }
 
 }  // namespace quelt::ombrix::emu::inspect

@@ -77,7 +77,7 @@ bool InjectFault(const std::string& site, Fault fault) {
   return true;
 }
 
-std::string ArmedFaultsJson() {
+Json ArmedFaults() {
   Faults& faults = TheFaults();
   Json armed = Json(Json::Array());
   std::lock_guard<std::mutex> lock(faults.mutex);
@@ -86,7 +86,7 @@ std::string ArmedFaultsJson() {
       armed.Push(Json::MakeObject({{"site", kSites[i]}, {"fault", KindName(fault)}}));
     }
   }
-  return armed.Dump();
+  return armed;
 }
 
 Fault TakeFault(const std::string& site) {

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "support/json.h"
+
 namespace quelt::ombrix::emu {
 
 enum class Fault { kNone, kEmpty, kThrow };
@@ -14,7 +16,7 @@ std::string FaultSitesJson();
 // False (nothing armed) for a site not in the list.
 bool InjectFault(const std::string& site, Fault fault);
 // The faults armed and not yet struck: [{ site, fault: "empty" | "throw" }].
-std::string ArmedFaultsJson();
+Json ArmedFaults();
 // Consumes and returns the fault queued for `site` (kNone when there is none).
 Fault TakeFault(const std::string& site);
 // Disarms every queued fault; returns how many there were.

@@ -29,6 +29,15 @@ Int ToInteger(double value) {
   return static_cast<Int>(value);
 }
 
+inline Json MessageJson(const char* message) { return message ? Json(message) : Json(); }
+
+// { code, errorMessage } of any result record (a null message stays null).
+template <class Record>
+Json OutcomeJson(const Record& record) {
+  return Json::MakeObject({{"code", static_cast<uint32_t>(record.code)},
+                           {"errorMessage", MessageJson(record.errorMessage)}});
+}
+
 inline Json ToJson(bool value) { return Json(value); }
 inline Json ToJson(int32_t value) { return Json(value); }
 inline Json ToJson(int64_t value) { return Json(value); }

@@ -157,7 +157,12 @@ SharedPtr<OperationHandleItf> Perform(const ToolContext& context, const char* op
   if (!callback || ApplyFault(op) || HostileRefusal(context, op, callback)) {
     return SharedPtr<OperationHandleItf>();
   }
-  callback = hostile::Wrap(inspect::Follow(op, args, std::move(callback)));
+  callback = hostile::Wrap(inspect::Follow(
+      "tool", op,
+      [&args] {
+        return Json::MakeObject({{"args", args}});
+      },
+      std::move(callback)));
   if (context.mode == Mode::kScripted) {
     uint64_t id = CallLog::Shared().Capture(op, std::move(args), [callback](const Json& record) {
       ScriptedDelivery<Arg>::Deliver(*callback.get(), record);
