@@ -169,9 +169,10 @@ class Inspector {
     const viewer = { res, dropped: 0 };
     this.viewers.add(viewer);
     res.write(`event: snapshot\ndata: ${JSON.stringify(this.snapshot())}\n\n`);
+    // Only the last page to leave stops the feed: close() has already let
+    // go of the ones it ends, and a later server may be watching by then.
     res.on('close', () => {
-      this.viewers.delete(viewer);
-      if (this.viewers.size === 0) this.stopFeed();
+      if (this.viewers.delete(viewer) && this.viewers.size === 0) this.stopFeed();
     });
   }
 

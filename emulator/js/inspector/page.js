@@ -14,6 +14,7 @@ const audits = new Map();     // audit session id → recording state
 const auditObservers = new Map();  // observer id → audit session id
 let dropped = 0;
 let armed = [];  // faults armed and not yet struck: { site, fault }
+let scripted = [];  // scripted calls waiting for an answer from code
 
 function el(tag, props = {}, ...children) {
   const node = document.createElement(tag);
@@ -243,7 +244,6 @@ function setAudit(id, state) {
   $('#audits tbody').replaceChildren(...rows);
 }
 
-let scripted = [];
 function renderState(state) {
   $('#mode').textContent = state.mode;
   const objects = Object.entries(state.liveObjects).filter(([, n]) => n > 0);
@@ -259,7 +259,7 @@ function renderState(state) {
     ? `hostile mode on (seed ${state.hostile.seed}, ${state.hostile.percent}%): ${habits.join(', ') || 'nothing struck yet'}`
     : 'hostile mode off';
   scripted = state.scripted;
-  renderInflight();
+  schedule();
 }
 
 function renderSnapshot(snapshot) {
@@ -279,7 +279,7 @@ function renderSnapshot(snapshot) {
     confirms.set(confirm.id, { ...(confirms.get(confirm.id) || {}), requests });
   }
   snapshot.chat.streams.forEach((s) => renderTranscript(s.id));
-  renderInflight();
+  schedule();
 }
 
 function renderArmed() {
